@@ -1,0 +1,183 @@
+#include "capture/WhisperService.h"
+
+#include "app/Arquivos.h"
+#include "app/Endpoints.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QStringDecoder>
+#include <QUuid>
+#include <QCoroNetworkReply>
+
+#include <memory>
+
+namespace sonvo {
+
+namespace {
+using Erro = WhisperService::WhisperErro;
+
+Erro erroRede(QString descricao)
+{
+    return Erro{Erro::Caso::rede, 0, std::nullopt, std::move(descricao)};
+}
+
+// Qt reports HTTP error statuses through the same enum; only these codes mean the exchange itself broke.
+bool falhaDeTransporte(QNetworkReply::NetworkError e)
+{
+    if (e == QNetworkReply::NoError)
+        return false;
+    const bool deConteudo = e >= QNetworkReply::ContentAccessDenied && e < QNetworkReply::ProtocolUnknownError;
+    const bool doServidor = e >= QNetworkReply::InternalServerError;
+    return !deConteudo && !doServidor;
+}
+
+bool apenasEspacosETabs(const QString& s)
+{
+    for (QChar c : s)
+        if (c != u' ' && c != u'\t')
+            return false;
+    return true;
+}
+} // namespace
+
+std::optional<QString> Texto::utf8Estrito(const QByteArray& bytes)
+{
+    QStringDecoder dec(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString s = dec.decode(bytes);
+    if (dec.hasError())
+        return std::nullopt;
+    return s;
+}
+
+WhisperService::WhisperService(QNetworkAccessManager& rede, QUrl endpoint, std::chrono::milliseconds prazo)
+    : m_rede(rede), m_endpoint(std::move(endpoint)), m_prazo(prazo)
+{
+}
+
+QUrl WhisperService::endpointPara(const Configuracoes& config)
+{
+    return Endpoints::juntar(Endpoints::baseOpenAI(config), QStringLiteral("/v1/audio/transcriptions"));
+}
+
+QString WhisperService::novoBoundary()
+{
+    return QStringLiteral("Boundary-") + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+}
+
+QByteArray WhisperService::montarCorpo(const QByteArray& audio, const QString& boundary,
+                                       const std::optional<QString>& vocabularyHint)
+{
+    const QByteArray b = boundary.toUtf8();
+    const QByteArray separador = "--" + b + "\r\n";
+    const bool comPrompt = vocabularyHint && !apenasEspacosETabs(*vocabularyHint);
+    const QByteArray prompt = comPrompt ? vocabularyHint->toUtf8() : QByteArray();
+
+    QByteArray corpo;
+    corpo.reserve(audio.size() + prompt.size() + 512);
+    corpo += separador;
+    corpo += "Content-Disposition: form-data; name=\"file\"; filename=\"audio.wav\"\r\n";
+    corpo += "Content-Type: audio/wav\r\n\r\n";
+    corpo += audio;
+    corpo += "\r\n";
+    corpo += separador;
+    corpo += "Content-Disposition: form-data; name=\"model\"\r\n\r\n";
+    corpo += "whisper-1\r\n";
+    corpo += separador;
+    corpo += "Content-Disposition: form-data; name=\"language\"\r\n\r\n";
+    corpo += "pt\r\n";
+    if (comPrompt) {
+        corpo += separador;
+        corpo += "Content-Disposition: form-data; name=\"prompt\"\r\n\r\n";
+        corpo += prompt; // as given: its surrounding blanks are part of it
+        corpo += "\r\n";
+    }
+    corpo += "--" + b + "--\r\n";
+    return corpo;
+}
+
+Resultado<QString, WhisperService::WhisperErro> WhisperService::interpretarResposta(int status, const QByteArray& corpo)
+{
+    const QJsonDocument doc = QJsonDocument::fromJson(corpo);
+    if (status != 200) {
+        std::optional<QString> mensagem;
+        const QJsonValue msg = doc.object().value(QStringLiteral("error")).toObject().value(QStringLiteral("message"));
+        if (doc.isObject() && msg.isString())
+            mensagem = msg.toString();
+        else
+            mensagem = Texto::utf8Estrito(corpo);
+        return Erro{Erro::Caso::respostaInvalida, status, mensagem, {}};
+    }
+    const QJsonValue texto = doc.object().value(QStringLiteral("text"));
+    if (!doc.isObject() || !texto.isString())
+        return Erro{Erro::Caso::decodeFalhou, 0, std::nullopt, {}};
+    return texto.toString();
+}
+
+QCoro::Task<Resultado<QString, WhisperService::WhisperErro>>
+WhisperService::transcrever(QString arquivo, QString apiKey, std::optional<QString> vocabularyHint)
+{
+    const QString boundary = novoBoundary();
+    QByteArray corpo;
+    {
+        // The audio is held twice at most: the file's bytes until the body is built, then the body.
+        const auto audio = Arquivos::ler(arquivo);
+        if (!audio)
+            co_return erroRede(QStringLiteral("ler ") + arquivo + QStringLiteral(": ") + audio.erro().descricao);
+        corpo = montarCorpo(audio.valor(), boundary, vocabularyHint);
+    }
+
+    QNetworkRequest req(m_endpoint);
+    req.setRawHeader("Authorization", "Bearer " + apiKey.toUtf8());
+    req.setRawHeader("Content-Type", "multipart/form-data; boundary=" + boundary.toUtf8());
+    req.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+
+    std::unique_ptr<QNetworkReply, void (*)(QNetworkReply*)> reply(m_rede.post(req, corpo),
+                                                                  [](QNetworkReply* r) { r->deleteLater(); });
+    corpo = QByteArray(); // the reply keeps its own reference while uploading
+    const bool terminou = co_await qCoro(reply.get()).waitForFinished(m_prazo);
+    if (!terminou) {
+        reply->abort();
+        co_return erroRede(QStringLiteral("tempo esgotado"));
+    }
+
+    const QVariant statusAttr = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    const QNetworkReply::NetworkError erro = reply->error();
+    if (!statusAttr.isValid()) {
+        // No HTTP status line: either the transport failed, or what answered was not HTTP.
+        if (erro == QNetworkReply::ProtocolFailure || erro == QNetworkReply::ProtocolUnknownError
+            || erro == QNetworkReply::ProtocolInvalidOperationError)
+            co_return Erro{Erro::Caso::respostaInvalida, -1, std::nullopt, reply->errorString()};
+        co_return erroRede(reply->errorString());
+    }
+    const int status = statusAttr.toInt();
+    const QByteArray resposta = reply->isOpen() ? reply->readAll() : QByteArray();
+    // A reset or truncated 200 still carries its status: it is a transport failure, never a success.
+    if (status == 200 && falhaDeTransporte(erro))
+        co_return erroRede(reply->errorString());
+    co_return interpretarResposta(status, resposta);
+}
+
+QString descricao(const WhisperService::WhisperErro& erro)
+{
+    switch (erro.caso) {
+    case Erro::Caso::respostaInvalida:
+        if (erro.status == 401)
+            return QStringLiteral("API key inválida");
+        if (erro.mensagem && !erro.mensagem->isEmpty())
+            return QStringLiteral("Erro ") + QString::number(erro.status) + QStringLiteral(": ") + *erro.mensagem;
+        return QStringLiteral("Erro ") + QString::number(erro.status);
+    case Erro::Caso::rede: return QStringLiteral("Erro: sem conexão");
+    case Erro::Caso::decodeFalhou: return QStringLiteral("Resposta inválida da API");
+    }
+    return {};
+}
+
+bool deveUsarFallback(const WhisperService::WhisperErro& erro)
+{
+    return erro.caso == Erro::Caso::rede || (erro.caso == Erro::Caso::respostaInvalida && erro.status >= 500);
+}
+
+} // namespace sonvo

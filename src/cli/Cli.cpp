@@ -1,0 +1,171 @@
+#include "cli/Cli.h"
+
+#include "app/Arquivos.h"
+#include "app/Log.h"
+#include "cli/Comandos.h"
+
+#include <QCoreApplication>
+#include <QNetworkAccessManager>
+#include <QTimer>
+
+#include <cstdio>
+#include <iostream>
+
+namespace sonvo::cli {
+
+std::optional<QString> Argumentos::opcao(const QString& nome)
+{
+    const QString prefixo = nome + u'=';
+    for (qsizetype i = 0; i < m_args.size(); ++i) {
+        if (m_args[i] == nome) {
+            if (i + 1 >= m_args.size()) {
+                m_faltouValor = true;
+                m_args.removeAt(i);
+                return std::nullopt;
+            }
+            const QString v = m_args[i + 1];
+            m_args.remove(i, 2);
+            return v;
+        }
+        if (m_args[i].startsWith(prefixo)) {
+            const QString v = m_args[i].mid(prefixo.size());
+            m_args.removeAt(i);
+            return v;
+        }
+        if (m_args[i] == u"--")
+            break;
+    }
+    return std::nullopt;
+}
+
+bool Argumentos::flag(const QString& nome)
+{
+    for (qsizetype i = 0; i < m_args.size(); ++i) {
+        if (m_args[i] == u"--")
+            break;
+        if (m_args[i] == nome) {
+            m_args.removeAt(i);
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<QString> Argumentos::opcaoDesconhecida() const
+{
+    for (const QString& a : m_args) {
+        if (a == u"--")
+            break;
+        if (a.startsWith(u"--"))
+            return a;
+    }
+    return std::nullopt;
+}
+
+void escreverSaida(const QString& texto)
+{
+    const QByteArray b = texto.toUtf8();
+    std::fwrite(b.constData(), 1, static_cast<size_t>(b.size()), stdout);
+    std::fflush(stdout);
+}
+
+void escreverErro(const QString& linha)
+{
+    const QByteArray b = linha.toUtf8() + '\n';
+    std::fwrite(b.constData(), 1, static_cast<size_t>(b.size()), stderr);
+    std::fflush(stderr);
+}
+
+int erroDeUso(const QString& mensagem)
+{
+    escreverErro(mensagem + QStringLiteral(" (veja: sonvo --help)"));
+    return uso;
+}
+
+QString textoAjuda()
+{
+    return QStringLiteral(
+        "Sonvo: ditado em português do Brasil.\n"
+        "\n"
+        "Uso:\n"
+        "  sonvo                                 inicia o Sonvo na bandeja do sistema\n"
+        "  sonvo transcrever ARQUIVO [--app ID]  transcreve um arquivo WAV e imprime o texto\n"
+        "  sonvo corrigir [--app ID] [TEXTO]     aplica o vocabulário ao TEXTO (ou à entrada padrão)\n"
+        "  sonvo vocabulario listar [--app ID]\n"
+        "  sonvo vocabulario adicionar OUVIDO ESCREVER [--app ID]\n"
+        "  sonvo vocabulario remover OUVIDO --app ID\n"
+        "  sonvo vocabulario termos [--app ID]   imprime a dica de termos enviada na transcrição\n"
+        "  sonvo historico [N]                   as últimas N transcrições, da mais recente\n"
+        "  sonvo chave openai|anthropic          lê a chave da entrada padrão (vazia: remove)\n"
+        "  sonvo config [CHAVE [VALOR]]          lista, lê ou grava uma configuração\n"
+        "  sonvo --help                          esta ajuda\n"
+        "\n"
+        "Variáveis de ambiente:\n"
+        "  SONVO_OPENAI_BASE_URL, SONVO_ANTHROPIC_BASE_URL  servidores das APIs\n"
+        "  SONVO_LOG_FILE                                   arquivo de log (padrão: /tmp/vozel.log)\n"
+        "  XDG_DATA_HOME, XDG_CONFIG_HOME                   pastas de dados e de configuração\n"
+        "\n"
+        "Saída: 0 em sucesso, 1 em falha (a mensagem sai na saída de erro), 2 em erro de uso.\n");
+}
+
+namespace {
+
+using Comando = QCoro::Task<int> (*)(Contexto&);
+
+struct Entrada {
+    const char* nome;
+    Comando comando;
+};
+
+// Each command reads its own options; the table only maps names.
+const Entrada kComandos[] = {
+    {"chave", comandoChave},
+    {"config", comandoConfig},
+    {"transcrever", comandoTranscrever},
+};
+
+QByteArray lerStdinInteiro()
+{
+    QByteArray dados;
+    char bloco[4096];
+    size_t n = 0;
+    while ((n = std::fread(bloco, 1, sizeof bloco, stdin)) > 0)
+        dados.append(bloco, static_cast<qsizetype>(n));
+    return dados;
+}
+
+} // namespace
+
+int executar(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QStringList args = QCoreApplication::arguments().mid(1);
+    if (args.isEmpty() || args.first() == u"--help" || args.first() == u"-h" || args.first() == u"ajuda") {
+        escreverSaida(textoAjuda());
+        return sucesso;
+    }
+    const QString nome = args.takeFirst();
+    Comando comando = nullptr;
+    for (const Entrada& e : kComandos)
+        if (nome == QLatin1String(e.nome))
+            comando = e.comando;
+    if (!comando)
+        return erroDeUso(QStringLiteral("Comando desconhecido: ") + nome);
+
+    Log::enviarParaArquivo(Log::caminhoArquivo());
+    Configuracoes config(Caminhos::arquivoConfig());
+    config.registrarPadroes(Configuracoes::padroesDoApp());
+    QNetworkAccessManager rede;
+    Contexto ctx{config, rede, Argumentos(args), lerStdinInteiro};
+
+    int codigo = falha;
+    auto tarefa = [&]() -> QCoro::Task<> {
+        codigo = co_await comando(ctx);
+        QCoreApplication::exit(codigo);
+    };
+    QTimer::singleShot(0, &app, [&] { tarefa(); });
+    app.exec();
+    return codigo;
+}
+
+} // namespace sonvo::cli

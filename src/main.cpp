@@ -1,0 +1,9 @@
+#include "app/desktop/AplicativoBandeja.h"
+#include "cli/Cli.h"
+
+int main(int argc, char** argv)
+{
+    if (argc > 1)
+        return sonvo::cli::executar(argc, argv);
+    return sonvo::desktop::executarAplicativo(argc, argv);
+}
