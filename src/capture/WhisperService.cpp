@@ -12,6 +12,7 @@
 #include <QUuid>
 #include <QCoroNetworkReply>
 
+#include <cstring>
 #include <memory>
 
 namespace sonvo {
@@ -33,6 +34,31 @@ bool falhaDeTransporte(QNetworkReply::NetworkError e)
     const bool doServidor = e >= QNetworkReply::InternalServerError;
     return !deConteudo && !doServidor;
 }
+
+// The body as a device that cannot rewind: Qt silently resends a request whose connection
+// broke before an answer, and a transcription must be sent once.
+class CorpoDeUmaVez : public QIODevice {
+public:
+    explicit CorpoDeUmaVez(QByteArray dados) : m_dados(std::move(dados)) { open(QIODevice::ReadOnly); }
+    bool isSequential() const override { return true; }
+    qint64 bytesAvailable() const override { return m_dados.size() - m_pos + QIODevice::bytesAvailable(); }
+
+protected:
+    qint64 readData(char* dest, qint64 max) override
+    {
+        const qint64 n = std::min(max, m_dados.size() - m_pos);
+        if (n <= 0)
+            return m_pos >= m_dados.size() ? -1 : 0;
+        std::memcpy(dest, m_dados.constData() + m_pos, static_cast<size_t>(n));
+        m_pos += n;
+        return n;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray m_dados;
+    qint64 m_pos = 0;
+};
 
 bool apenasEspacosETabs(const QString& s)
 {
@@ -132,11 +158,14 @@ WhisperService::transcrever(QString arquivo, QString apiKey, std::optional<QStri
     QNetworkRequest req(m_endpoint);
     req.setRawHeader("Authorization", "Bearer " + apiKey.toUtf8());
     req.setRawHeader("Content-Type", "multipart/form-data; boundary=" + boundary.toUtf8());
+    req.setHeader(QNetworkRequest::ContentLengthHeader, corpo.size());
     req.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    req.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
 
-    std::unique_ptr<QNetworkReply, void (*)(QNetworkReply*)> reply(m_rede.post(req, corpo),
+    auto* dispositivo = new CorpoDeUmaVez(std::move(corpo));
+    std::unique_ptr<QNetworkReply, void (*)(QNetworkReply*)> reply(m_rede.post(req, dispositivo),
                                                                   [](QNetworkReply* r) { r->deleteLater(); });
-    corpo = QByteArray(); // the reply keeps its own reference while uploading
+    dispositivo->setParent(reply.get());
     const bool terminou = co_await qCoro(reply.get()).waitForFinished(m_prazo);
     if (!terminou) {
         reply->abort();

@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs from Debian's packages whatever Sonvo needs and is missing. Idempotent and quiet when
+# everything is already there. With --testes it also installs what the tests and benchmarks need.
+set -euo pipefail
+
+pacotes=(
+  build-essential cmake ninja-build pkg-config
+  qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libicu-dev
+  libx11-dev libxtst-dev libxi-dev libxcb1-dev
+  portaudio19-dev libasound2-plugins libsndfile1-dev libcanberra-dev
+)
+if [[ "${1:-}" == "--testes" ]]; then
+  pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev)
+fi
+
+faltando=()
+for p in "${pacotes[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+    faltando+=("$p")
+  fi
+done
+[[ ${#faltando[@]} -eq 0 ]] && exit 0
+
+echo "Instalando pacotes que faltam: ${faltando[*]}"
+sudo=()
+if [[ $(id -u) -ne 0 ]]; then
+  if ! command -v sudo >/dev/null; then
+    echo "Sonvo: é preciso ser root (ou ter sudo) para instalar: ${faltando[*]}" >&2
+    exit 1
+  fi
+  sudo=(sudo)
+fi
+export DEBIAN_FRONTEND=noninteractive
+"${sudo[@]}" apt-get update -qq
+"${sudo[@]}" apt-get install -y -qq --no-install-recommends "${faltando[@]}" >/dev/null
