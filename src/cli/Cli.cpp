@@ -122,6 +122,9 @@ const Entrada kComandos[] = {
     {"chave", comandoChave},
     {"config", comandoConfig},
     {"transcrever", comandoTranscrever},
+    {"corrigir", comandoCorrigir},
+    {"vocabulario", comandoVocabulario},
+    {"historico", comandoHistorico},
 };
 
 QByteArray lerStdinInteiro()

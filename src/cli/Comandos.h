@@ -7,5 +7,8 @@ namespace sonvo::cli {
 QCoro::Task<int> comandoChave(Contexto& ctx);
 QCoro::Task<int> comandoConfig(Contexto& ctx);
 QCoro::Task<int> comandoTranscrever(Contexto& ctx);
+QCoro::Task<int> comandoCorrigir(Contexto& ctx);
+QCoro::Task<int> comandoVocabulario(Contexto& ctx);
+QCoro::Task<int> comandoHistorico(Contexto& ctx);
 
 } // namespace sonvo::cli
