@@ -96,39 +96,56 @@ bool Arquivos::existe(const QString& caminho)
 
 Resultado<QByteArray, ErroArquivo> Arquivos::ler(const QString& caminho)
 {
+    QByteArray dados;
+    if (auto erro = lerAnexando(caminho, dados))
+        return *erro;
+    return dados;
+}
+
+std::optional<ErroArquivo> Arquivos::lerAnexando(const QString& caminho, QByteArray& destino)
+{
     const QByteArray nome = QFile::encodeName(caminho);
     const int fd = ::open(nome.constData(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
         return erroDe(errno);
-    struct stat st {};
-    if (::fstat(fd, &st) != 0) {
-        const int e = errno;
+    const qsizetype tamanhoOriginal = destino.size();
+    auto falhar = [&](int e) {
         ::close(fd);
+        destino.truncate(tamanhoOriginal);
         return erroDe(e);
-    }
-    if (S_ISDIR(st.st_mode)) {
-        ::close(fd);
-        return erroDe(EISDIR);
-    }
-    QByteArray dados;
-    if (S_ISREG(st.st_mode) && st.st_size > 0)
-        dados.reserve(static_cast<qsizetype>(st.st_size));
-    char bloco[65536];
+    };
+    struct stat st {};
+    if (::fstat(fd, &st) != 0)
+        return falhar(errno);
+    if (S_ISDIR(st.st_mode))
+        return falhar(EISDIR);
+    if (S_ISREG(st.st_mode) && st.st_size > 0 && destino.capacity() - tamanhoOriginal < st.st_size)
+        destino.reserve(tamanhoOriginal + static_cast<qsizetype>(st.st_size));
     for (;;) {
-        const ssize_t n = ::read(fd, bloco, sizeof bloco);
+        // Fill the room already reserved in place; past it (a file that grew, a pipe) go in blocks.
+        const qsizetype antes = destino.size();
+        const qsizetype livre = destino.capacity() - antes;
+        ssize_t n = 0;
+        if (livre > 0) {
+            destino.resize(antes + livre);
+            n = ::read(fd, destino.data() + antes, static_cast<size_t>(livre));
+            destino.resize(antes + std::max<ssize_t>(n, 0));
+        } else {
+            char bloco[65536];
+            n = ::read(fd, bloco, sizeof bloco);
+            if (n > 0)
+                destino.append(bloco, n);
+        }
         if (n == 0)
             break;
         if (n < 0) {
             if (errno == EINTR)
                 continue;
-            const int e = errno;
-            ::close(fd);
-            return erroDe(e);
+            return falhar(errno);
         }
-        dados.append(bloco, n);
     }
     ::close(fd);
-    return dados;
+    return std::nullopt;
 }
 
 std::optional<ErroArquivo> Arquivos::gravarAtomico(const QString& caminho, const QByteArray& dados)

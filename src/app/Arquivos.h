@@ -37,6 +37,9 @@ bool existe(const QString& caminho);
 
 // Reads a whole file.
 Resultado<QByteArray, ErroArquivo> ler(const QString& caminho);
+// Reads a whole file onto the end of `destino` (no intermediate copy); on failure `destino` is
+// left as it was.
+std::optional<ErroArquivo> lerAnexando(const QString& caminho, QByteArray& destino);
 
 // Writes through a temporary file in the same folder and renames it into place, so a reader sees
 // the old or the new file, never a torn one. The file ends with mode 0600.

@@ -3,6 +3,7 @@
 #include "app/Arquivos.h"
 #include "app/Endpoints.h"
 
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -93,35 +94,36 @@ QString WhisperService::novoBoundary()
     return QStringLiteral("Boundary-") + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
 }
 
-QByteArray WhisperService::montarCorpo(const QByteArray& audio, const QString& boundary,
-                                       const std::optional<QString>& vocabularyHint)
+QPair<QByteArray, QByteArray> WhisperService::moldura(const QString& boundary, const std::optional<QString>& vocabularyHint)
 {
     const QByteArray b = boundary.toUtf8();
     const QByteArray separador = "--" + b + "\r\n";
-    const bool comPrompt = vocabularyHint && !apenasEspacosETabs(*vocabularyHint);
-    const QByteArray prompt = comPrompt ? vocabularyHint->toUtf8() : QByteArray();
+    QByteArray antes = separador;
+    antes += "Content-Disposition: form-data; name=\"file\"; filename=\"audio.wav\"\r\n";
+    antes += "Content-Type: audio/wav\r\n\r\n";
 
-    QByteArray corpo;
-    corpo.reserve(audio.size() + prompt.size() + 512);
-    corpo += separador;
-    corpo += "Content-Disposition: form-data; name=\"file\"; filename=\"audio.wav\"\r\n";
-    corpo += "Content-Type: audio/wav\r\n\r\n";
-    corpo += audio;
-    corpo += "\r\n";
-    corpo += separador;
-    corpo += "Content-Disposition: form-data; name=\"model\"\r\n\r\n";
-    corpo += "whisper-1\r\n";
-    corpo += separador;
-    corpo += "Content-Disposition: form-data; name=\"language\"\r\n\r\n";
-    corpo += "pt\r\n";
-    if (comPrompt) {
-        corpo += separador;
-        corpo += "Content-Disposition: form-data; name=\"prompt\"\r\n\r\n";
-        corpo += prompt; // as given: its surrounding blanks are part of it
-        corpo += "\r\n";
+    QByteArray depois = "\r\n";
+    depois += separador;
+    depois += "Content-Disposition: form-data; name=\"model\"\r\n\r\n";
+    depois += "whisper-1\r\n";
+    depois += separador;
+    depois += "Content-Disposition: form-data; name=\"language\"\r\n\r\n";
+    depois += "pt\r\n";
+    if (vocabularyHint && !apenasEspacosETabs(*vocabularyHint)) {
+        depois += separador;
+        depois += "Content-Disposition: form-data; name=\"prompt\"\r\n\r\n";
+        depois += vocabularyHint->toUtf8(); // as given: its surrounding blanks are part of it
+        depois += "\r\n";
     }
-    corpo += "--" + b + "--\r\n";
-    return corpo;
+    depois += "--" + b + "--\r\n";
+    return {antes, depois};
+}
+
+QByteArray WhisperService::montarCorpo(const QByteArray& audio, const QString& boundary,
+                                       const std::optional<QString>& vocabularyHint)
+{
+    const auto [antes, depois] = moldura(boundary, vocabularyHint);
+    return antes + audio + depois;
 }
 
 Resultado<QString, WhisperService::WhisperErro> WhisperService::interpretarResposta(int status, const QByteArray& corpo)
@@ -146,14 +148,12 @@ QCoro::Task<Resultado<QString, WhisperService::WhisperErro>>
 WhisperService::transcrever(QString arquivo, QString apiKey, std::optional<QString> vocabularyHint)
 {
     const QString boundary = novoBoundary();
-    QByteArray corpo;
-    {
-        // The audio is held twice at most: the file's bytes until the body is built, then the body.
-        const auto audio = Arquivos::ler(arquivo);
-        if (!audio)
-            co_return erroRede(QStringLiteral("ler ") + arquivo + QStringLiteral(": ") + audio.erro().descricao);
-        corpo = montarCorpo(audio.valor(), boundary, vocabularyHint);
-    }
+    // The file is read straight into the body, so the audio is held once.
+    auto [corpo, depois] = moldura(boundary, vocabularyHint);
+    corpo.reserve(corpo.size() + QFileInfo(arquivo).size() + depois.size());
+    if (const auto erro = Arquivos::lerAnexando(arquivo, corpo))
+        co_return erroRede(QStringLiteral("ler ") + arquivo + QStringLiteral(": ") + erro->descricao);
+    corpo += depois;
 
     QNetworkRequest req(m_endpoint);
     req.setRawHeader("Authorization", "Bearer " + apiKey.toUtf8());

@@ -3,6 +3,7 @@
 #include "app/Resultado.h"
 
 #include <QByteArray>
+#include <QPair>
 #include <QString>
 #include <QUrl>
 #include <QCoroTask>
@@ -38,6 +39,8 @@ public:
     // The multipart body, exactly as sent. Exposed for tests and the benchmark.
     static QByteArray montarCorpo(const QByteArray& audio, const QString& boundary,
                                   const std::optional<QString>& vocabularyHint);
+    // What goes before and after the audio bytes in that body.
+    static QPair<QByteArray, QByteArray> moldura(const QString& boundary, const std::optional<QString>& vocabularyHint);
     static QString novoBoundary(); // "Boundary-" + upper-case UUID
     // Maps a finished answer to the result; also used by tests on raw answers.
     static Resultado<QString, WhisperErro> interpretarResposta(int status, const QByteArray& corpo);

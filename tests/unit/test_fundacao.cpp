@@ -213,3 +213,25 @@ TEST(Endpoints, AmbienteVenceConfiguracaoEPrefixoEMantido)
     amb.definir(QStringLiteral("SONVO_ANTHROPIC_BASE_URL"), QStringLiteral("http://127.0.0.1:7"));
     EXPECT_EQ(Provedores::endpoint(AIProviderID::anthropic, c).toString(), QStringLiteral("http://127.0.0.1:7/v1/messages"));
 }
+
+TEST(Arquivos, LeituraAnexadaPreservaODestinoQuandoFalha)
+{
+    AmbienteTemporario amb;
+    const QString f = amb.raiz() + QStringLiteral("/a.bin");
+    QByteArray conteudo(200000, '\0');
+    for (int i = 0; i < conteudo.size(); ++i)
+        conteudo[i] = static_cast<char>(i * 7);
+    ASSERT_TRUE(gravarArquivo(f, conteudo));
+    QByteArray destino("cabeça:");
+    ASSERT_FALSE(Arquivos::lerAnexando(f, destino).has_value());
+    EXPECT_EQ(destino, QByteArray("cabeça:") + conteudo);
+
+    QByteArray intacto("x");
+    EXPECT_TRUE(Arquivos::lerAnexando(amb.raiz() + QStringLiteral("/ausente"), intacto).has_value());
+    EXPECT_TRUE(Arquivos::lerAnexando(amb.raiz(), intacto).has_value());
+    EXPECT_EQ(intacto, QByteArray("x"));
+    // Files of the kernel report size 0 and are read in blocks all the same.
+    const auto status = Arquivos::ler(QStringLiteral("/proc/self/status"));
+    ASSERT_TRUE(status.ok());
+    EXPECT_TRUE(status.valor().contains("VmRSS"));
+}
