@@ -2,19 +2,14 @@
 
 #include "app/Arquivos.h"
 #include "app/Endpoints.h"
+#include "app/Http.h"
 
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QStringDecoder>
 #include <QUuid>
-#include <QCoroNetworkReply>
 
-#include <cstring>
-#include <memory>
 
 namespace sonvo {
 
@@ -26,41 +21,6 @@ Erro erroRede(QString descricao)
     return Erro{Erro::Caso::rede, 0, std::nullopt, std::move(descricao)};
 }
 
-// Qt reports HTTP error statuses through the same enum; only these codes mean the exchange itself broke.
-bool falhaDeTransporte(QNetworkReply::NetworkError e)
-{
-    if (e == QNetworkReply::NoError)
-        return false;
-    const bool deConteudo = e >= QNetworkReply::ContentAccessDenied && e < QNetworkReply::ProtocolUnknownError;
-    const bool doServidor = e >= QNetworkReply::InternalServerError;
-    return !deConteudo && !doServidor;
-}
-
-// The body as a device that cannot rewind: Qt silently resends a request whose connection
-// broke before an answer, and a transcription must be sent once.
-class CorpoDeUmaVez : public QIODevice {
-public:
-    explicit CorpoDeUmaVez(QByteArray dados) : m_dados(std::move(dados)) { open(QIODevice::ReadOnly); }
-    bool isSequential() const override { return true; }
-    qint64 bytesAvailable() const override { return m_dados.size() - m_pos + QIODevice::bytesAvailable(); }
-
-protected:
-    qint64 readData(char* dest, qint64 max) override
-    {
-        const qint64 n = std::min(max, m_dados.size() - m_pos);
-        if (n <= 0)
-            return m_pos >= m_dados.size() ? -1 : 0;
-        std::memcpy(dest, m_dados.constData() + m_pos, static_cast<size_t>(n));
-        m_pos += n;
-        return n;
-    }
-    qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    QByteArray m_dados;
-    qint64 m_pos = 0;
-};
-
 bool apenasEspacosETabs(const QString& s)
 {
     for (QChar c : s)
@@ -69,15 +29,6 @@ bool apenasEspacosETabs(const QString& s)
     return true;
 }
 } // namespace
-
-std::optional<QString> Texto::utf8Estrito(const QByteArray& bytes)
-{
-    QStringDecoder dec(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString s = dec.decode(bytes);
-    if (dec.hasError())
-        return std::nullopt;
-    return s;
-}
 
 WhisperService::WhisperService(QNetworkAccessManager& rede, QUrl endpoint, std::chrono::milliseconds prazo)
     : m_rede(rede), m_endpoint(std::move(endpoint)), m_prazo(prazo)
@@ -128,16 +79,9 @@ QByteArray WhisperService::montarCorpo(const QByteArray& audio, const QString& b
 
 Resultado<QString, WhisperService::WhisperErro> WhisperService::interpretarResposta(int status, const QByteArray& corpo)
 {
+    if (status != 200)
+        return Erro{Erro::Caso::respostaInvalida, status, Http::mensagemDeErro(corpo), {}};
     const QJsonDocument doc = QJsonDocument::fromJson(corpo);
-    if (status != 200) {
-        std::optional<QString> mensagem;
-        const QJsonValue msg = doc.object().value(QStringLiteral("error")).toObject().value(QStringLiteral("message"));
-        if (doc.isObject() && msg.isString())
-            mensagem = msg.toString();
-        else
-            mensagem = Texto::utf8Estrito(corpo);
-        return Erro{Erro::Caso::respostaInvalida, status, mensagem, {}};
-    }
     const QJsonValue texto = doc.object().value(QStringLiteral("text"));
     if (!doc.isObject() || !texto.isString())
         return Erro{Erro::Caso::decodeFalhou, 0, std::nullopt, {}};
@@ -158,35 +102,14 @@ WhisperService::transcrever(QString arquivo, QString apiKey, std::optional<QStri
     QNetworkRequest req(m_endpoint);
     req.setRawHeader("Authorization", "Bearer " + apiKey.toUtf8());
     req.setRawHeader("Content-Type", "multipart/form-data; boundary=" + boundary.toUtf8());
-    req.setHeader(QNetworkRequest::ContentLengthHeader, corpo.size());
-    req.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    req.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-
-    auto* dispositivo = new CorpoDeUmaVez(std::move(corpo));
-    std::unique_ptr<QNetworkReply, void (*)(QNetworkReply*)> reply(m_rede.post(req, dispositivo),
-                                                                  [](QNetworkReply* r) { r->deleteLater(); });
-    dispositivo->setParent(reply.get());
-    const bool terminou = co_await qCoro(reply.get()).waitForFinished(m_prazo);
-    if (!terminou) {
-        reply->abort();
-        co_return erroRede(QStringLiteral("tempo esgotado"));
+    const Http::Resposta r = co_await Http::post(m_rede, req, std::move(corpo), m_prazo);
+    switch (r.falha) {
+    case Http::Resposta::Falha::nenhuma: break;
+    case Http::Resposta::Falha::naoHttp: co_return Erro{Erro::Caso::respostaInvalida, -1, std::nullopt, r.erro};
+    case Http::Resposta::Falha::transporte:
+    case Http::Resposta::Falha::prazo: co_return erroRede(r.erro);
     }
-
-    const QVariant statusAttr = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    const QNetworkReply::NetworkError erro = reply->error();
-    if (!statusAttr.isValid()) {
-        // No HTTP status line: either the transport failed, or what answered was not HTTP.
-        if (erro == QNetworkReply::ProtocolFailure || erro == QNetworkReply::ProtocolUnknownError
-            || erro == QNetworkReply::ProtocolInvalidOperationError)
-            co_return Erro{Erro::Caso::respostaInvalida, -1, std::nullopt, reply->errorString()};
-        co_return erroRede(reply->errorString());
-    }
-    const int status = statusAttr.toInt();
-    const QByteArray resposta = reply->isOpen() ? reply->readAll() : QByteArray();
-    // A reset or truncated 200 still carries its status: it is a transport failure, never a success.
-    if (status == 200 && falhaDeTransporte(erro))
-        co_return erroRede(reply->errorString());
-    co_return interpretarResposta(status, resposta);
+    co_return interpretarResposta(r.status, r.corpo);
 }
 
 QString descricao(const WhisperService::WhisperErro& erro)

@@ -58,9 +58,4 @@ QString descricao(const WhisperService::WhisperErro& erro);
 // errors (5xx) do; a refused key, a rate limit or a bad answer do not.
 bool deveUsarFallback(const WhisperService::WhisperErro& erro);
 
-namespace Texto {
-// Decodes strict UTF-8; nothing when the bytes are not valid UTF-8.
-std::optional<QString> utf8Estrito(const QByteArray& bytes);
-} // namespace Texto
-
 } // namespace sonvo
