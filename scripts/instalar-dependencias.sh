@@ -10,7 +10,7 @@ pacotes=(
   portaudio19-dev libasound2-plugins libsndfile1-dev libcanberra-dev
 )
 if [[ "${1:-}" == "--testes" ]]; then
-  pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev)
+  pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev nodejs npm)
 fi
 
 faltando=()

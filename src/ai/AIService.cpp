@@ -35,7 +35,8 @@ FluxoIA::~FluxoIA()
 {
     if (m_reply) {
         m_reply->disconnect(this);
-        m_reply->abort();
+        if (m_reply->isRunning())
+            m_reply->abort();
         m_reply->deleteLater();
     }
 }
@@ -47,7 +48,8 @@ void FluxoIA::parar()
     m_terminado = true;
     if (m_reply) {
         m_reply->disconnect(this);
-        m_reply->abort(); // closes the connection: the provider stops generating for nobody
+        if (m_reply->isRunning())
+            m_reply->abort(); // closes the connection: the provider stops generating for nobody
         m_reply->deleteLater();
     }
 }
@@ -67,7 +69,8 @@ void FluxoIA::concluir(std::optional<AIErro> erro)
     m_erro = std::move(erro);
     if (m_reply) {
         m_reply->disconnect(this);
-        m_reply->abort();
+        if (m_reply->isRunning())
+            m_reply->abort(); // the provider's end marker came first: close the connection now
         m_reply->deleteLater();
     }
     Q_EMIT terminou();

@@ -92,8 +92,9 @@ QCoro::Task<Resposta> post(QNetworkAccessManager& rede, QNetworkRequest req, QBy
     }
     r.status = status.toInt();
     r.corpo = reply->isOpen() ? reply->readAll() : QByteArray();
-    // A reset or truncated answer keeps its status line: it is still a broken exchange.
-    if (falhaDeTransporte(erro)) {
+    // A reset or truncated answer keeps its status line: it is still a broken exchange. For error
+    // statuses Qt derives its error code from the status itself, which the caller maps.
+    if (r.status >= 200 && r.status < 300 && falhaDeTransporte(erro)) {
         r.falha = Resposta::Falha::transporte;
         r.erro = reply->errorString();
     }

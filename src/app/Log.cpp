@@ -1,6 +1,7 @@
 #include "app/Log.h"
 
 #include <QByteArray>
+#include <QtGlobal>
 
 #include <atomic>
 #include <cstdio>
@@ -106,6 +107,13 @@ int abrirArquivo(const QString& caminho)
         return -1;
     }
     return fd;
+}
+
+void capturarMensagensDoQt()
+{
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& msg) {
+        tag("Qt", QStringLiteral("%@"), {msg});
+    });
 }
 
 bool redirecionarStderr(const QString& caminho)

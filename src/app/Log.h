@@ -53,6 +53,9 @@ int abrirArquivo(const QString& caminho);
 // The application's start-up: standard error itself goes to the log file, unbuffered.
 bool redirecionarStderr(const QString& caminho);
 
+// Qt's own warnings become log lines too, so they never reach the user's terminal.
+void capturarMensagensDoQt();
+
 // Command-line tools: log lines go to the log file while standard error stays for the user.
 bool enviarParaArquivo(const QString& caminho);
 

@@ -96,6 +96,9 @@ QString textoAjuda()
         "  sonvo vocabulario remover OUVIDO --app ID\n"
         "  sonvo vocabulario termos [--app ID]   imprime a dica de termos enviada na transcrição\n"
         "  sonvo historico [N]                   as últimas N transcrições, da mais recente\n"
+        "  sonvo transformar ACAO [--contexto TEXTO] [--sem-streaming] [TEXTO]\n"
+        "                                        aplica uma ação rápida (resumir, bulletPoints, email,\n"
+        "                                        legenda, post) com o provedor escolhido\n"
         "  sonvo chave openai|anthropic          lê a chave da entrada padrão (vazia: remove)\n"
         "  sonvo config [CHAVE [VALOR]]          lista, lê ou grava uma configuração\n"
         "  sonvo --help                          esta ajuda\n"
@@ -125,6 +128,7 @@ const Entrada kComandos[] = {
     {"corrigir", comandoCorrigir},
     {"vocabulario", comandoVocabulario},
     {"historico", comandoHistorico},
+    {"transformar", comandoTransformar},
 };
 
 QByteArray lerStdinInteiro()
@@ -156,6 +160,7 @@ int executar(int argc, char** argv)
         return erroDeUso(QStringLiteral("Comando desconhecido: ") + nome);
 
     Log::enviarParaArquivo(Log::caminhoArquivo());
+    Log::capturarMensagensDoQt();
     Configuracoes config(Caminhos::arquivoConfig());
     config.registrarPadroes(Configuracoes::padroesDoApp());
     QNetworkAccessManager rede;

@@ -10,5 +10,6 @@ QCoro::Task<int> comandoTranscrever(Contexto& ctx);
 QCoro::Task<int> comandoCorrigir(Contexto& ctx);
 QCoro::Task<int> comandoVocabulario(Contexto& ctx);
 QCoro::Task<int> comandoHistorico(Contexto& ctx);
+QCoro::Task<int> comandoTransformar(Contexto& ctx);
 
 } // namespace sonvo::cli

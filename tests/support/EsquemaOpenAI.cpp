@@ -1,6 +1,8 @@
 #include "support/EsquemaOpenAI.h"
 
 #include <QFile>
+#include <QProcess>
+#include <QTemporaryFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -85,6 +87,22 @@ QStringList violacoesTranscricao(const QList<ParteMultipart>& partes)
         if (!vistos.contains(r.toString()))
             erros << QStringLiteral("campo obrigatório ausente: ") + r.toString();
     return erros;
+}
+
+QStringList violacoesJson(const QByteArray& corpo, const QString& esquema)
+{
+    QTemporaryFile arquivo;
+    if (!arquivo.open() || arquivo.write(corpo) != corpo.size() || !arquivo.flush())
+        return {QStringLiteral("não foi possível gravar o corpo")};
+    QProcess node;
+    node.start(QStringLiteral("node"), {QStringLiteral(SONVO_TEST_ESQUEMA "/validar.mjs"),
+                                        QStringLiteral(SONVO_TEST_DADOS "/openai/openai-subset.json"), esquema,
+                                        arquivo.fileName()});
+    if (!node.waitForFinished(30000) || node.exitStatus() != QProcess::NormalExit)
+        return {QStringLiteral("o validador não terminou")};
+    if (node.exitCode() == 0)
+        return {};
+    return {QString::fromUtf8(node.readAllStandardError())};
 }
 
 } // namespace sonvo::teste

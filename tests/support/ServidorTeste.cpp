@@ -1,6 +1,9 @@
 #include "support/ServidorTeste.h"
 
 #include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMutex>
 #include <QMutexLocker>
 #include <QPointer>
@@ -142,6 +145,55 @@ Resposta Resposta::comModo(Modo m)
     return r;
 }
 
+Resposta Resposta::sse(const QList<QByteArray>& pedacos, int intervaloMs)
+{
+    Resposta r;
+    r.cabecalhos = {{"Content-Type", "text/event-stream"}, {"Cache-Control", "no-cache"}};
+    for (const QByteArray& p : pedacos)
+        r.pedacos.append({intervaloMs, p});
+    return r;
+}
+
+QList<QByteArray> Resposta::eventosOpenAI(const QStringList& fragmentos, bool comFim)
+{
+    auto evento = [](const QJsonObject& delta) {
+        const QJsonObject chunk{{QStringLiteral("id"), QStringLiteral("chatcmpl-1")},
+                                {QStringLiteral("object"), QStringLiteral("chat.completion.chunk")},
+                                {QStringLiteral("model"), QStringLiteral("gpt-4o-mini")},
+                                {QStringLiteral("choices"), QJsonArray{QJsonObject{{QStringLiteral("index"), 0},
+                                                                                   {QStringLiteral("delta"), delta}}}}};
+        return "data: " + QJsonDocument(chunk).toJson(QJsonDocument::Compact) + "\n\n";
+    };
+    QList<QByteArray> eventos{evento(QJsonObject{{QStringLiteral("role"), QStringLiteral("assistant")}, {QStringLiteral("content"), QString()}})};
+    for (const QString& f : fragmentos)
+        eventos << evento(QJsonObject{{QStringLiteral("content"), f}});
+    if (comFim)
+        eventos << "data: [DONE]\n\n";
+    return eventos;
+}
+
+QList<QByteArray> Resposta::eventosAnthropic(const QStringList& fragmentos, bool comFim)
+{
+    auto evento = [](const QByteArray& nome, const QJsonObject& dados) {
+        return "event: " + nome + "\ndata: " + QJsonDocument(dados).toJson(QJsonDocument::Compact) + "\n\n";
+    };
+    QList<QByteArray> eventos{
+        evento("message_start", {{QStringLiteral("type"), QStringLiteral("message_start")}}),
+        evento("content_block_start", {{QStringLiteral("type"), QStringLiteral("content_block_start")}, {QStringLiteral("index"), 0}}),
+        evento("ping", {{QStringLiteral("type"), QStringLiteral("ping")}}),
+    };
+    for (const QString& f : fragmentos)
+        eventos << evento("content_block_delta",
+                          {{QStringLiteral("type"), QStringLiteral("content_block_delta")},
+                           {QStringLiteral("index"), 0},
+                           {QStringLiteral("delta"), QJsonObject{{QStringLiteral("type"), QStringLiteral("text_delta")},
+                                                                 {QStringLiteral("text"), f}}}});
+    eventos << evento("content_block_stop", {{QStringLiteral("type"), QStringLiteral("content_block_stop")}});
+    if (comFim)
+        eventos << evento("message_stop", {{QStringLiteral("type"), QStringLiteral("message_stop")}});
+    return eventos;
+}
+
 struct ServidorTeste::Estado {
     mutable QMutex mutex;
     mutable QWaitCondition chegou;
@@ -179,6 +231,8 @@ void ServidorTeste::Estado::atender(QTcpSocket* s)
         QMutexLocker l(&mutex);
         ++abertas;
     }
+    // Events must leave as soon as they are written, not when Nagle's algorithm lets them.
+    s->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     auto conexao = std::make_shared<Conexao>();
     QObject::connect(s, &QTcpSocket::disconnected, s, [this, s] {
         {

@@ -55,6 +55,12 @@ struct Resposta {
     static Resposta json(int status, const QByteArray& corpo);
     static Resposta texto(int status, const QByteArray& corpo, const QByteArray& tipo = "text/plain");
     static Resposta comModo(Modo m);
+    // A server-sent-event stream: each piece is written (as one chunk) `intervaloMs` after the last.
+    static Resposta sse(const QList<QByteArray>& pedacos, int intervaloMs = 0);
+    // OpenAI's chat-completion chunks for these fragments, ending with "data: [DONE]".
+    static QList<QByteArray> eventosOpenAI(const QStringList& fragmentos, bool comFim = true);
+    // Anthropic's message events for these fragments, with a ping, ending with message_stop.
+    static QList<QByteArray> eventosAnthropic(const QStringList& fragmentos, bool comFim = true);
 };
 
 // A real HTTP/1.1 server on an OS-chosen loopback port, on a thread of its own so that tests may
