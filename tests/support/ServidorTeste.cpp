@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <QWaitCondition>
 
+#include <chrono>
 #include <sys/socket.h>
 
 namespace sonvo::teste {
@@ -316,7 +317,11 @@ void ServidorTeste::Estado::responder(QPointer<QTcpSocket> s, const Resposta& r)
                 atraso += espera;
                 QTimer::singleShot(atraso, s, [s, bytes] {
                     if (s) {
-                        s->write(QByteArray::number(bytes.size(), 16) + "\r\n" + bytes + "\r\n");
+                        QByteArray agora = bytes;
+                        if (agora.contains(Resposta::marcaDeTempo))
+                            agora.replace(Resposta::marcaDeTempo,
+                                          QByteArray::number(static_cast<qint64>(std::chrono::steady_clock::now().time_since_epoch().count())));
+                        s->write(QByteArray::number(agora.size(), 16) + "\r\n" + agora + "\r\n");
                         s->flush();
                     }
                 });

@@ -51,6 +51,9 @@ struct Resposta {
     // A streamed answer (chunked transfer encoding): each piece written after its delay.
     QList<QPair<int, QByteArray>> pedacos;
     bool resetNoFim = false; // a streamed answer ends with a reset instead of the last chunk
+    // In a streamed piece, this marker is replaced at write time by the steady clock in nanoseconds
+    // (latency benchmarks compare it with the moment the fragment reaches its consumer).
+    static constexpr const char* marcaDeTempo = "@@T@@";
 
     static Resposta json(int status, const QByteArray& corpo);
     static Resposta texto(int status, const QByteArray& corpo, const QByteArray& tipo = "text/plain");
