@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QCoroTask>
+
+#include <chrono>
+#include <optional>
+
+namespace sonvo {
+
+// The user's clipboard, saved whole so it can be put back after a paste.
+struct ClipboardSnapshot {
+    struct Item {
+        QString type; // a MIME type, or the X11 target name
+        QByteArray data;
+        bool operator==(const Item&) const = default;
+    };
+    QList<QList<Item>> items; // X11 has one item; other systems may have several
+    bool operator==(const ClipboardSnapshot&) const = default;
+};
+
+// The system clipboard (CLIPBOARD selection on X11).
+class AreaTransferencia {
+public:
+    static constexpr const char* tipoTransitorio = "org.nspasteboard.TransientType";
+    static constexpr const char* tipoRestaurado = "org.nspasteboard.RestoredType";
+
+    virtual ~AreaTransferencia() = default;
+    // Every format but the marker and protocol ones; nothing when the clipboard is empty.
+    virtual std::optional<ClipboardSnapshot> instantaneo() = 0;
+    // Replaces the contents with the text; `transitorio` also marks it so clipboard managers
+    // don't keep it.
+    virtual void escreverTexto(const QString& texto, bool transitorio) = 0;
+    // Replaces the contents with the snapshot, marked as restored.
+    virtual void restaurar(const ClipboardSnapshot& s) = 0;
+    // Resolves when another application has fetched the text last written, or after `limite`.
+    // True when it was fetched.
+    virtual QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) = 0;
+};
+
+} // namespace sonvo

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "app/Resultado.h"
+
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+namespace sonvo {
+
+struct FormatoAudio {
+    int taxa = 0;   // frames per second, the device's own
+    int canais = 0; // the device's own channel count
+};
+
+// The default microphone, captured as the device delivers it: its own rate and channel count,
+// 32-bit float, interleaved, 1024 frames per buffer. No conversion of any kind.
+class EntradaAudio {
+public:
+    // Called on the audio thread for every buffer; it must not block.
+    using Bloco = std::function<void(const float* intercalado, unsigned long quadros)>;
+
+    virtual ~EntradaAudio() = default;
+    // The format the next capture will have, or why there is no input.
+    virtual Resultado<FormatoAudio, QString> formato() = 0;
+    // Starts delivering buffers; on failure, the description of the cause.
+    virtual std::optional<QString> iniciar(Bloco bloco) = 0;
+    // Stops; when it returns, no buffer is being delivered and none will be. Safe when stopped.
+    virtual void parar() = 0;
+};
+
+} // namespace sonvo

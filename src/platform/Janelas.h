@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QCoroTask>
+
+#include <chrono>
+#include <optional>
+
+namespace sonvo {
+
+// An application as the window system shows it: one top-level window, the application's
+// identifier (WM_CLASS class on X11, the bundle identifier on macOS) and its process.
+struct AppJanela {
+    quint64 janela = 0;
+    std::optional<QString> id;
+    qint64 pid = 0;
+    bool operator==(const AppJanela&) const = default;
+};
+
+class Janelas {
+public:
+    virtual ~Janelas() = default;
+    // The application in front (the active window), if any.
+    virtual std::optional<AppJanela> daFrente() = 0;
+    // The normal windows in the window manager's order.
+    virtual QList<AppJanela> normaisEmOrdem() = 0;
+    // Asks the window manager to activate the window and waits until it is in front, bounded.
+    virtual QCoro::Task<bool> ativar(AppJanela app, std::chrono::milliseconds limite) = 0;
+    // Whether synthetic input reaches other applications (macOS: the accessibility permission).
+    virtual bool acessoConcedido() = 0;
+};
+
+// Synthetic key presses into the application in front.
+class TeclasSinteticas {
+public:
+    virtual ~TeclasSinteticas() = default;
+    // Releases modifiers the user may still hold (Super+Shift of the hotkey): with them down
+    // the paste shortcut would be a different one.
+    virtual void soltarModificadores() = 0;
+    // The paste shortcut: Ctrl+V, or Ctrl+Shift+V for terminals. False when it could not be sent.
+    virtual bool colar(bool terminal) = 0;
+};
+
+// Short event sounds.
+class SomEvento {
+public:
+    virtual ~SomEvento() = default;
+    virtual void tocarConclusao() = 0; // the "complete" sound, else a beep
+};
+
+} // namespace sonvo

@@ -1,0 +1,61 @@
+#include "platform/null/PlataformaNula.h"
+
+namespace sonvo {
+
+Resultado<FormatoAudio, QString> EntradaAudioNula::formato()
+{
+    return QStringLiteral("nenhum dispositivo de entrada de áudio");
+}
+
+std::optional<QString> EntradaAudioNula::iniciar(Bloco)
+{
+    return QStringLiteral("nenhum dispositivo de entrada de áudio");
+}
+
+std::optional<ClipboardSnapshot> AreaTransferenciaNula::instantaneo()
+{
+    if (m_conteudo.items.isEmpty())
+        return std::nullopt;
+    ClipboardSnapshot s;
+    for (const auto& item : m_conteudo.items) {
+        QList<ClipboardSnapshot::Item> filtrado;
+        for (const auto& par : item)
+            if (!par.type.startsWith(QStringLiteral("org.nspasteboard.")))
+                filtrado.append(par);
+        s.items.append(filtrado);
+    }
+    return s;
+}
+
+void AreaTransferenciaNula::escreverTexto(const QString& texto, bool transitorio)
+{
+    QList<ClipboardSnapshot::Item> item;
+    if (transitorio)
+        item.append({QString::fromLatin1(tipoTransitorio), QByteArray()});
+    item.append({QStringLiteral("text/plain"), texto.toUtf8()});
+    m_conteudo.items = {item};
+}
+
+void AreaTransferenciaNula::restaurar(const ClipboardSnapshot& s)
+{
+    m_conteudo.items = {{{QString::fromLatin1(tipoRestaurado), QByteArray()}}};
+    m_conteudo.items.append(s.items);
+}
+
+QCoro::Task<bool> AreaTransferenciaNula::aguardarLeitura(std::chrono::milliseconds)
+{
+    co_return false;
+}
+
+QCoro::Task<bool> JanelasNulas::ativar(AppJanela, std::chrono::milliseconds)
+{
+    co_return false;
+}
+
+Plataforma criarPlataformaNula()
+{
+    return Plataforma{std::make_unique<EntradaAudioNula>(), std::make_unique<AreaTransferenciaNula>(),
+                      std::make_unique<TeclasNulas>(), std::make_unique<JanelasNulas>(), std::make_unique<SomNulo>()};
+}
+
+} // namespace sonvo
