@@ -351,18 +351,23 @@ QString nfc(const QString& s)
     return U_SUCCESS(e) ? deIcu(r) : s;
 }
 
+void acrescentarDobrado(QStringView s, qsizetype base, QString& dobrado, std::vector<qsizetype>& origem)
+{
+    porPontoDeCodigo(s, [&](qsizetype i, char32_t cp) {
+        dobrarPonto(cp, [&](char16_t u) {
+            dobrado.append(QChar(u));
+            origem.push_back(base + i);
+        });
+    });
+}
+
 TextoDobrado dobrarComMapa(QStringView s)
 {
     TextoDobrado r;
     r.dobrado.reserve(s.size() + 8);
-    r.origem.reserve(s.size() + 9);
-    porPontoDeCodigo(s, [&](qsizetype i, char32_t cp) {
-        dobrarPonto(cp, [&](char16_t u) {
-            r.dobrado.append(QChar(u));
-            r.origem.append(i);
-        });
-    });
-    r.origem.append(s.size());
+    r.origem.reserve(size_t(s.size()) + 9);
+    acrescentarDobrado(s, 0, r.dobrado, r.origem);
+    r.origem.push_back(s.size());
     return r;
 }
 

@@ -6,6 +6,7 @@
 #include <QStringView>
 
 #include <optional>
+#include <vector>
 
 namespace sonvo::TextoUnicode {
 
@@ -42,9 +43,12 @@ bool unidadesSaoGrafemas(QStringView s);
 // produced unit i of `dobrado`; `origem` has one more entry, the original length.
 struct TextoDobrado {
     QString dobrado;
-    QList<qsizetype> origem;
+    std::vector<qsizetype> origem;
 };
 TextoDobrado dobrarComMapa(QStringView s);
+// The same, appended to existing buffers; `base` is added to every index written to `origem`,
+// and no final entry is written.
+void acrescentarDobrado(QStringView s, qsizetype base, QString& dobrado, std::vector<qsizetype>& origem);
 QString dobrar(QStringView s);
 
 // Grapheme boundaries of one text, answered without ICU where the neighbours make it obvious.

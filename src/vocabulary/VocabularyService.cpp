@@ -3,6 +3,7 @@
 #include "app/Arquivos.h"
 #include "app/Log.h"
 #include "vocabulary/Levenshtein.h"
+#include "vocabulary/TextoEmCorrecao.h"
 #include "vocabulary/TextoUnicode.h"
 #include "vocabulary/VocabularyNotifications.h"
 
@@ -103,48 +104,6 @@ bool ehTrimavelToken(QChar c)
     default:
         return false;
     }
-}
-
-// Replaces every match of the folded `padrao`, left to right and without overlaps; nothing
-// when there is no match.
-std::optional<QString> substituir(const QString& texto, const TextoUnicode::TextoDobrado& dobrado, const QString& padrao,
-                                  const QString& escrever)
-{
-    const QStringView alvo(dobrado.dobrado);
-    qsizetype pos = alvo.indexOf(padrao);
-    if (pos < 0)
-        return std::nullopt;
-    const QList<qsizetype>& origem = dobrado.origem;
-    const qsizetype n = alvo.size();
-    TextoUnicode::LimitesGrafema limites(texto);
-    // A match must cover whole source characters (not half of the "ss" folded from "ß") and
-    // whole grapheme clusters of the source text.
-    auto aceita = [&](qsizetype ini, qsizetype fim) {
-        if (ini > 0 && origem[ini - 1] == origem[ini])
-            return false;
-        if (fim < n && origem[fim - 1] == origem[fim])
-            return false;
-        return limites.ehLimite(origem[ini]) && limites.ehLimite(origem[fim]);
-    };
-    QString saida;
-    qsizetype copiado = 0;
-    bool mudou = false;
-    while (pos >= 0) {
-        const qsizetype fim = pos + padrao.size();
-        if (aceita(pos, fim)) {
-            saida.append(QStringView(texto).mid(copiado, origem[pos] - copiado));
-            saida.append(escrever);
-            copiado = origem[fim];
-            mudou = true;
-            pos = alvo.indexOf(padrao, fim);
-        } else {
-            pos = alvo.indexOf(padrao, pos + 1);
-        }
-    }
-    if (!mudou)
-        return std::nullopt;
-    saida.append(QStringView(texto).mid(copiado));
-    return saida;
 }
 
 } // namespace
@@ -335,19 +294,14 @@ QString VocabularyService::aplicar(const QMap<QString, QString>& correcoes, cons
     for (const QString& w : whitelist)
         protegidas.insert(TextoUnicode::dobrar(w));
 
-    QString texto = em;
-    // The folded text is rebuilt only after a pair actually changed it; most pairs find nothing.
-    TextoUnicode::TextoDobrado dobrado = TextoUnicode::dobrarComMapa(texto);
+    TextoEmCorrecao texto(em);
     for (auto it = correcoes.begin(); it != correcoes.end(); ++it) {
         const QString padrao = TextoUnicode::dobrar(it.key());
         if (padrao.isEmpty() || protegidas.contains(padrao))
             continue;
-        if (auto novo = substituir(texto, dobrado, padrao, it.value())) {
-            texto = std::move(*novo);
-            dobrado = TextoUnicode::dobrarComMapa(texto);
-        }
+        texto.substituir(padrao, it.value());
     }
-    return texto;
+    return texto.texto();
 }
 
 QString VocabularyService::aplicarCorrecoes(const QString& texto, const std::optional<QString>& contextoApp) const

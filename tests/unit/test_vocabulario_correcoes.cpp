@@ -1,7 +1,9 @@
 #include "vocab_suporte.h"
+#include "vocabulary/TextoUnicode.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRandomGenerator>
 
 using namespace sonvo;
 using namespace sonvo::teste;
@@ -249,4 +251,73 @@ TEST_F(Correcoes, ArquivoPorAplicativoEnorme)
     EXPECT_EQ(vocab.listarAppsComVocabulario().size(), 20000);
     ASSERT_FALSE(vocab.registrarPerAppCorrection(QStringLiteral("app.5"), QStringLiteral("novo"), QStringLiteral("Novo")));
     EXPECT_EQ(jsonDe(lerArquivo(vocab.arquivoPorApp())).size(), 20000);
+}
+
+namespace {
+
+// The plain algorithm, kept here as the reference: fold the whole text again for every pair,
+// search it, and rebuild the text from the accepted matches.
+QString aplicarReferencia(const QMap<QString, QString>& correcoes, const QSet<QString>& whitelist, QString texto)
+{
+    QSet<QString> protegidas;
+    for (const QString& w : whitelist)
+        protegidas.insert(TextoUnicode::dobrar(w));
+    for (auto it = correcoes.begin(); it != correcoes.end(); ++it) {
+        const QString padrao = TextoUnicode::dobrar(it.key());
+        if (padrao.isEmpty() || protegidas.contains(padrao))
+            continue;
+        const TextoUnicode::TextoDobrado d = TextoUnicode::dobrarComMapa(texto);
+        TextoUnicode::LimitesGrafema limites(texto);
+        const auto& o = d.origem;
+        const qsizetype n = d.dobrado.size();
+        QString saida;
+        qsizetype copiado = 0;
+        for (qsizetype pos = d.dobrado.indexOf(padrao); pos >= 0;) {
+            const qsizetype fim = pos + padrao.size();
+            const bool inteiro = (pos == 0 || o[size_t(pos - 1)] != o[size_t(pos)]) && (fim == n || o[size_t(fim - 1)] != o[size_t(fim)]);
+            if (inteiro && limites.ehLimite(o[size_t(pos)]) && limites.ehLimite(o[size_t(fim)])) {
+                saida += texto.mid(copiado, o[size_t(pos)] - copiado) + it.value();
+                copiado = o[size_t(fim)];
+                pos = d.dobrado.indexOf(padrao, fim);
+            } else {
+                pos = d.dobrado.indexOf(padrao, pos + 1);
+            }
+        }
+        texto = saida + texto.mid(copiado);
+    }
+    return texto;
+}
+
+} // namespace
+
+TEST(Aplicar, MesmoResultadoQueOAlgoritmoSimplesEmTextosAleatorios)
+{
+    const QStringList pecas = {"a", "A", "á", "Á", "a\u0301", "e", "é", "ß", "ss", "S", "s", " ", "\r", "\n", "\r\n", "👍", "🏽",
+                               "\u0301", "ﬁ", "fi", "İ", "i", "ç", "c", "ö", "code", "CODE", "códe", "ab", "abcdefgh"};
+    QRandomGenerator r(20261122);
+    auto juntar = [&](int min, int max) {
+        QString s;
+        for (int i = int(r.bounded(min, max + 1)); i > 0; --i)
+            s += pecas[int(r.bounded(qsizetype(pecas.size())))];
+        return s;
+    };
+    int mudaram = 0;
+    for (int caso = 0; caso < 4000; ++caso) {
+        const QString texto = juntar(0, 80);
+        QMap<QString, QString> c;
+        for (int i = int(r.bounded(1, 8)); i > 0; --i)
+            c.insert(juntar(1, 10), juntar(0, 4));
+        // Long heard phrases taken from the text itself, so the long matches happen too.
+        if (texto.size() > 2 && r.bounded(2) == 0) {
+            const qsizetype ini = r.bounded(texto.size() - 1);
+            c.insert(texto.mid(ini, 1 + r.bounded(std::min<qsizetype>(texto.size() - ini, 16))), juntar(0, 4));
+        }
+        QSet<QString> w;
+        if (r.bounded(4) == 0)
+            w.insert(c.firstKey());
+        const QString esperado = aplicarReferencia(c, w, texto);
+        ASSERT_EQ(VocabularyService::aplicar(c, w, texto), esperado) << caso;
+        mudaram += esperado != texto;
+    }
+    EXPECT_GT(mudaram, 2000); // the comparison must be about texts that change
 }

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace sonvo {
+
+// A text going through a list of corrections, with its case- and diacritic-folded form kept in
+// step. A correction that matches is spliced into both forms, so the text is folded only once
+// however many corrections apply; presence filters of the folded text's 4-grams and 8-grams let
+// the many heard phrases that cannot occur skip the search altogether. The result is the one of
+// folding and searching the whole text again for every correction.
+class TextoEmCorrecao {
+public:
+    explicit TextoEmCorrecao(const QString& texto);
+    ~TextoEmCorrecao();
+    TextoEmCorrecao(const TextoEmCorrecao&) = delete;
+    TextoEmCorrecao& operator=(const TextoEmCorrecao&) = delete;
+
+    // Replaces every match of `padraoDobrado` (already folded), left to right without overlaps,
+    // by `escrever` verbatim. A match covers whole source characters and starts and ends on
+    // grapheme boundaries of the text. False when nothing matched.
+    bool substituir(const QString& padraoDobrado, const QString& escrever);
+    QString texto() const;
+
+    // Working buffers, kept per thread between texts: allocating them afresh for every
+    // correction made the allocator map and unmap pages far more often than it searched.
+    struct Memoria;
+
+private:
+    bool podeConter(QStringView padrao) const;
+    void marcar(qsizetype de, qsizetype ate);
+
+    Memoria* m_mem = nullptr;
+    std::unique_ptr<Memoria> m_propria; // when the thread's buffers are already in use
+    int m_atual = 0;                    // which of the two buffer sets holds the current text
+    int m_bitsFiltro = 0;
+};
+
+} // namespace sonvo

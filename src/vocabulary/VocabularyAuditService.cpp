@@ -1,0 +1,331 @@
+#include "vocabulary/VocabularyAuditService.h"
+
+#include "ai/ConsultaModelo.h"
+#include "app/Arquivos.h"
+#include "app/Configuracoes.h"
+#include "app/Log.h"
+#include "vocabulary/TextoUnicode.h"
+#include "vocabulary/VocabularyService.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonParseError>
+#include <QSet>
+
+#include <cmath>
+
+namespace sonvo {
+
+namespace {
+
+const QString kChaveLigado = QStringLiteral("vocabularyAuditEnabled");
+const QString kChaveUltima = QStringLiteral("vocabularyAuditLastRun");
+
+// 417 bytes: eight lines, each ending in a line feed.
+const QString& cabecalhoPrompt()
+{
+    static const QString s = QStringLiteral(
+        "Você está revisando transcrições de voz feitas por um usuário brasileiro\n"
+        "em macOS via Whisper (OpenAI). Identifique padrões que parecem ERROS\n"
+        "SISTEMÁTICOS de transcrição (palavras consistentemente erradas que\n"
+        "provavelmente eram outras palavras conhecidas — nomes próprios, jargão\n"
+        "técnico, marcas, etc.). NÃO sugira correções estilísticas — só erros\n"
+        "prováveis de reconhecimento.\n"
+        "\n"
+        "TRANSCRIÇÕES:\n");
+    return s;
+}
+
+// 360 bytes: two line feeds, then ten lines without a final line feed.
+const QString& caudaPrompt()
+{
+    static const QString s = QStringLiteral(
+        "\n\n"
+        "Retorne JSON puro (sem markdown, sem texto antes ou depois):\n"
+        "[\n"
+        "  { \"ouvido\": \"Cloud Code\", \"provavel\": \"Claude Code\", \"confianca\": 0.92, \"ocorrencias\": 7 }\n"
+        "]\n"
+        "\n"
+        "Regras:\n"
+        "- confianca entre 0.0 e 1.0\n"
+        "- ocorrencias = quantas vezes apareceu nas transcrições acima\n"
+        "- Apenas itens com confianca >= 0.7 são úteis\n"
+        "- Se nenhum erro sistemático detectado, retorne []");
+    return s;
+}
+
+// A JSON number that is a whole number within range, as the model's counts should be.
+std::optional<qint64> inteiro(const QJsonValue& v)
+{
+    if (!v.isDouble())
+        return std::nullopt;
+    const double d = v.toDouble();
+    if (!std::isfinite(d) || std::trunc(d) != d || std::fabs(d) >= 9.2e18)
+        return std::nullopt;
+    return static_cast<qint64>(d);
+}
+
+// Queued pairs are compared ignoring case: "cloud code|claude code".
+QString chaveDe(const AuditSugestao& s)
+{
+    return TextoUnicode::minusculas(s.ouvido) + u'|' + TextoUnicode::minusculas(s.provavel);
+}
+
+} // namespace
+
+QString AuditErro::errorDescription() const
+{
+    switch (caso) {
+    case Caso::llmFalhou: return QStringLiteral("Auditor LLM falhou: ") + detalhe;
+    case Caso::historicoVazio: return QStringLiteral("Sem transcrições suficientes para auditar.");
+    case Caso::parseJSON: return QStringLiteral("Resposta do LLM em formato inesperado.");
+    }
+    return {};
+}
+
+VocabularyAuditService::VocabularyAuditService(Configuracoes& config, QNetworkAccessManager& rede, QString pastaDados,
+                                               Relogio relogio, std::chrono::milliseconds prazoRequisicao)
+    : m_config(config), m_rede(rede), m_pasta(std::move(pastaDados)), m_relogio(std::move(relogio)), m_prazo(prazoRequisicao)
+{
+}
+
+QString VocabularyAuditService::arquivo() const
+{
+    return m_pasta + u'/' + QLatin1String(kArquivo);
+}
+
+// ---- The prompt and the answer ----
+
+QString VocabularyAuditService::montarPrompt(const QList<TranscriptionEntry>& entradas)
+{
+    QStringList textos;
+    textos.reserve(entradas.size());
+    for (const TranscriptionEntry& e : entradas)
+        textos << e.texto;
+    return cabecalhoPrompt() + textos.join(QStringLiteral("\n---\n")) + caudaPrompt();
+}
+
+QList<AuditSugestao> VocabularyAuditService::parseSugestoes(const QString& raw, const QDateTime& agora)
+{
+    // Models wrap the array in prose or code fences; only the outermost brackets count.
+    const qsizetype inicio = raw.indexOf(u'[');
+    const qsizetype fim = raw.lastIndexOf(u']');
+    if (inicio < 0 || fim < 0 || fim < inicio) {
+        Log::tag("VocabAudit", QStringLiteral("parseSugestoes: sem [...] no raw"));
+        return {};
+    }
+    QJsonParseError erro{};
+    const QJsonDocument doc = QJsonDocument::fromJson(raw.mid(inicio, fim - inicio + 1).toUtf8(), &erro);
+    bool deObjetos = erro.error == QJsonParseError::NoError && doc.isArray();
+    const QJsonArray itens = doc.array();
+    for (const QJsonValue& v : itens)
+        deObjetos = deObjetos && v.isObject();
+    if (!deObjetos) {
+        Log::tag("VocabAudit", QStringLiteral("parseSugestoes: JSON malformado"));
+        return {};
+    }
+
+    QList<AuditSugestao> sugestoes;
+    for (const QJsonValue& v : itens) {
+        const QJsonObject o = v.toObject();
+        const QJsonValue ouvido = o.value(QStringLiteral("ouvido"));
+        const QJsonValue provavel = o.value(QStringLiteral("provavel"));
+        if (!ouvido.isString() || !provavel.isString() || ouvido.toString().isEmpty() || provavel.toString().isEmpty())
+            continue;
+        const QJsonValue confianca = o.value(QStringLiteral("confianca"));
+        AuditSugestao s;
+        s.id = QUuid::createUuid();
+        s.ouvido = ouvido.toString();
+        s.provavel = provavel.toString();
+        s.confianca = confianca.isDouble() ? confianca.toDouble() : 0.0; // an integer 1 is 1.0
+        s.ocorrencias = inteiro(o.value(QStringLiteral("ocorrencias"))).value_or(0);
+        s.createdAt = agora;
+        sugestoes.append(std::move(s));
+    }
+    return sugestoes;
+}
+
+QList<AuditSugestao> VocabularyAuditService::parseSugestoes(const QString& raw) const
+{
+    return parseSugestoes(raw, m_relogio());
+}
+
+// ---- The queue file ----
+
+QByteArray VocabularyAuditService::codificar(const QList<AuditSugestao>& fila)
+{
+    QJsonArray a;
+    for (const AuditSugestao& s : fila) {
+        a.append(QJsonObject{
+            {QStringLiteral("id"), s.id.toString(QUuid::WithoutBraces).toUpper()},
+            {QStringLiteral("ouvido"), s.ouvido},
+            {QStringLiteral("provavel"), s.provavel},
+            {QStringLiteral("confianca"), s.confianca},
+            {QStringLiteral("ocorrencias"), s.ocorrencias},
+            {QStringLiteral("createdAt"), Json::dataIso(s.createdAt)},
+        });
+    }
+    return Json::bonito(QJsonDocument(a));
+}
+
+std::optional<QList<AuditSugestao>> VocabularyAuditService::decodificar(const QByteArray& json)
+{
+    QJsonParseError erro{};
+    const QJsonDocument doc = QJsonDocument::fromJson(json, &erro);
+    if (erro.error != QJsonParseError::NoError || !doc.isArray())
+        return std::nullopt;
+    QList<AuditSugestao> fila;
+    for (const QJsonValue& v : doc.array()) {
+        const QJsonObject o = v.toObject();
+        const QJsonValue id = o.value(QStringLiteral("id"));
+        const QJsonValue ouvido = o.value(QStringLiteral("ouvido"));
+        const QJsonValue provavel = o.value(QStringLiteral("provavel"));
+        const QJsonValue confianca = o.value(QStringLiteral("confianca"));
+        const auto ocorrencias = inteiro(o.value(QStringLiteral("ocorrencias")));
+        const QJsonValue criada = o.value(QStringLiteral("createdAt"));
+        if (!v.isObject() || !id.isString() || !ouvido.isString() || !provavel.isString() || !confianca.isDouble()
+            || !ocorrencias || !criada.isString())
+            return std::nullopt;
+        const QUuid uuid = QUuid::fromString(id.toString());
+        const auto data = Json::lerDataIso(criada.toString());
+        if (uuid.isNull() || !data)
+            return std::nullopt;
+        fila.append({uuid, ouvido.toString(), provavel.toString(), confianca.toDouble(), *ocorrencias, *data});
+    }
+    return fila;
+}
+
+std::optional<QList<AuditSugestao>> VocabularyAuditService::lerFilaGravada() const
+{
+    const auto lido = Arquivos::ler(arquivo());
+    if (!lido) {
+        if (lido.erro().naoExiste())
+            return QList<AuditSugestao>{};
+        return std::nullopt;
+    }
+    return decodificar(lido.valor());
+}
+
+QList<AuditSugestao> VocabularyAuditService::pendentes() const
+{
+    return lerFilaGravada().value_or(QList<AuditSugestao>{});
+}
+
+std::optional<QString> VocabularyAuditService::gravarPendentes(const QList<AuditSugestao>& fila)
+{
+    Caminhos::garantirPasta(m_pasta);
+    if (!lerFilaGravada()) {
+        // The queue reads as empty, but the file may be something the user wants back.
+        const auto guardado = Arquivos::preservarCorrompido(arquivo(), m_relogio());
+        if (!guardado) {
+            Log::tag("VocabAudit", QStringLiteral("fila pendente ilegível em %@ não pôde ser guardada à parte; nada gravado"), {arquivo()});
+            return QStringLiteral("A fila de sugestões %1 está ilegível e não pôde ser guardada à parte; nada foi gravado").arg(arquivo());
+        }
+        Log::tag("VocabAudit", QStringLiteral("fila pendente ilegível; original guardado em %@"), {*guardado});
+    }
+    if (const auto erro = Arquivos::gravarAtomico(arquivo(), codificar(fila))) {
+        Log::tag("VocabAudit", QStringLiteral("gravarPendentes falhou: %@"), {erro->descricao});
+        return QStringLiteral("Não foi possível gravar %1: %2").arg(arquivo(), erro->descricao);
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> VocabularyAuditService::removerDaFila(const QUuid& id)
+{
+    QList<AuditSugestao> fila = pendentes();
+    fila.removeIf([&](const AuditSugestao& s) { return s.id == id; });
+    return gravarPendentes(fila);
+}
+
+// ---- Operations ----
+
+QCoro::Task<Resultado<QList<AuditSugestao>, AuditErro>> VocabularyAuditService::auditarAgora()
+{
+    const QList<TranscriptionEntry> entradas = TranscriptionHistory(m_pasta).lerUltimas(kEntradasEnviadas);
+    if (entradas.isEmpty())
+        co_return AuditErro::semHistorico();
+
+    ConsultaModelo consulta;
+    consulta.provedor = AIService::currentProviderID(m_config);
+    consulta.prompt = montarPrompt(entradas);
+    consulta.temperatura = 0.2;
+    consulta.maxTokens = 800;
+    consulta.prazo = m_prazo;
+    const auto resposta = co_await ConsultasModelo::perguntar(m_rede, m_config, m_pasta, std::move(consulta));
+    if (!resposta) {
+        Log::tag("VocabAudit", QStringLiteral("LLM falhou: %@"), {resposta.erro().descricao});
+        co_return AuditErro::llm(resposta.erro().descricao);
+    }
+
+    QList<AuditSugestao> fortes = parseSugestoes(resposta.valor());
+    fortes.removeIf([](const AuditSugestao& s) { return !(s.confianca >= kLimiar); });
+    if (fortes.isEmpty()) {
+        Log::tag("VocabAudit", QStringLiteral("zero sugestões >= %.2f"), {kLimiar});
+        co_return QList<AuditSugestao>{};
+    }
+
+    // Read only now: an approval made while the model was thinking must survive this write.
+    QList<AuditSugestao> fila = pendentes();
+    QSet<QString> conhecidas;
+    for (const AuditSugestao& s : fila)
+        conhecidas.insert(chaveDe(s));
+    QList<AuditSugestao> novas;
+    for (const AuditSugestao& s : fortes)
+        if (!conhecidas.contains(chaveDe(s)))
+            novas.append(s);
+    const auto falhaGravacao = gravarPendentes(fila + novas); // logged there
+    if (!falhaGravacao)
+        Log::tag("VocabAudit", QStringLiteral("%d sugestões novas adicionadas à fila pendente"), {novas.size()});
+    co_return novas;
+}
+
+std::optional<QString> VocabularyAuditService::aprovar(const AuditSugestao& sugestao)
+{
+    VocabularyService vocab(m_pasta, m_config);
+    vocab.bootstrapSeNecessario();
+    // A correction that could not be written stays queued, so the approval can be repeated.
+    if (const auto falha = vocab.importarCorrecaoAprovada(sugestao.ouvido, sugestao.provavel))
+        return falha;
+    const auto falha = removerDaFila(sugestao.id);
+    Log::tag("VocabAudit", QStringLiteral("aprovou %@ → %@"), {sugestao.ouvido, sugestao.provavel});
+    return falha;
+}
+
+std::optional<QString> VocabularyAuditService::rejeitar(const AuditSugestao& sugestao)
+{
+    const auto falha = removerDaFila(sugestao.id);
+    Log::tag("VocabAudit", QStringLiteral("rejeitou %@ → %@"), {sugestao.ouvido, sugestao.provavel});
+    return falha;
+}
+
+QCoro::Task<VocabularyAuditService::Automatico> VocabularyAuditService::executarAutomatico()
+{
+    if (!m_config.booleano(kChaveLigado, false)) {
+        Log::tag("VocabAudit", QStringLiteral("auto-trigger pulado (toggle OFF)"));
+        co_return Automatico::desligado;
+    }
+    const qsizetype total = TranscriptionHistory(m_pasta).lerTodas().value_or(QList<TranscriptionEntry>{}).size();
+    if (total < kMinimoAutomatico) {
+        Log::tag("VocabAudit", QStringLiteral("auto-trigger pulado (histórico=%d < minimo=%d)"), {total, kMinimoAutomatico});
+        co_return Automatico::historicoCurto;
+    }
+    const double ultima = m_config.real(kChaveUltima).value_or(0.0);
+    const double agora = static_cast<double>(m_relogio().toMSecsSinceEpoch()) / 1000.0;
+    if (ultima > 0 && agora - ultima < static_cast<double>(kIntervaloAutomaticoSeg)) {
+        Log::tag("VocabAudit", QStringLiteral("auto-trigger pulado (último audit < 24h)"));
+        co_return Automatico::recente;
+    }
+    Log::tag("VocabAudit", QStringLiteral("auto-trigger DISPARADO (histórico=%d)"), {total});
+    const auto r = co_await auditarAgora();
+    if (!r) {
+        Log::tag("VocabAudit", QStringLiteral("auto-trigger falhou: %@"), {r.erro().errorDescription()});
+        co_return Automatico::falhou;
+    }
+    // The moment taken before the run: a slow audit does not push tomorrow's run later.
+    m_config.definir(kChaveUltima, agora);
+    Log::tag("VocabAudit", QStringLiteral("auto-trigger OK — %d sugestões adicionadas"), {r.valor().size()});
+    co_return Automatico::executado;
+}
+
+} // namespace sonvo
