@@ -99,6 +99,12 @@ QString textoAjuda()
         "  sonvo transformar ACAO [--contexto TEXTO] [--sem-streaming] [TEXTO]\n"
         "                                        aplica uma ação rápida (resumir, bulletPoints, email,\n"
         "                                        legenda, post) com o provedor escolhido\n"
+        "  sonvo intencao [TEXTO]                detecta se o TEXTO (ou a entrada padrão)\n"
+        "                                        pede uma ação rápida: <confiança> <ação>\n"
+        "  sonvo auditar                         procura erros de transcrição recorrentes\n"
+        "                                        no histórico e enfileira as sugestões\n"
+        "  sonvo sugestoes [aprovar ID | rejeitar ID]\n"
+        "                                        lista, aprova ou rejeita as sugestões\n"
         "  sonvo chave openai|anthropic          lê a chave da entrada padrão (vazia: remove)\n"
         "  sonvo config [CHAVE [VALOR]]          lista, lê ou grava uma configuração\n"
         "  sonvo --help                          esta ajuda\n"
@@ -129,6 +135,9 @@ const Entrada kComandos[] = {
     {"vocabulario", comandoVocabulario},
     {"historico", comandoHistorico},
     {"transformar", comandoTransformar},
+    {"intencao", comandoIntencao},
+    {"auditar", comandoAuditar},
+    {"sugestoes", comandoSugestoes},
 };
 
 QByteArray lerStdinInteiro()
