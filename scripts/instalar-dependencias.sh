@@ -7,7 +7,7 @@ pacotes=(
   build-essential cmake ninja-build pkg-config
   qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libicu-dev
   libx11-dev libxtst-dev libxi-dev libxcb1-dev
-  portaudio19-dev libasound2-plugins libsndfile1-dev libcanberra-dev
+  portaudio19-dev libasound2-plugins libpulse-dev libsndfile1-dev libcanberra-dev
 )
 if [[ "${1:-}" == "--testes" ]]; then
   pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev nodejs npm)

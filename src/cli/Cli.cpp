@@ -89,7 +89,8 @@ QString textoAjuda()
         "\n"
         "Uso:\n"
         "  sonvo                                 inicia o Sonvo na bandeja do sistema\n"
-        "  sonvo transcrever ARQUIVO [--app ID]  transcreve um arquivo WAV e imprime o texto\n"
+        "  sonvo ditar [--app ID] [--menu]       grava o microfone até Enter ou Ctrl-C e imprime o texto\n"
+        "  sonvo transcrever ARQUIVO [--app ID]  transcreve um arquivo WAV e imprime o texto corrigido\n"
         "  sonvo corrigir [--app ID] [TEXTO]     aplica o vocabulário ao TEXTO (ou à entrada padrão)\n"
         "  sonvo vocabulario listar [--app ID]\n"
         "  sonvo vocabulario adicionar OUVIDO ESCREVER [--app ID]\n"
@@ -135,6 +136,7 @@ const Entrada kComandos[] = {
     {"vocabulario", comandoVocabulario},
     {"historico", comandoHistorico},
     {"transformar", comandoTransformar},
+    {"ditar", comandoDitar},
     {"intencao", comandoIntencao},
     {"auditar", comandoAuditar},
     {"sugestoes", comandoSugestoes},

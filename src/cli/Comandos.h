@@ -11,6 +11,7 @@ QCoro::Task<int> comandoCorrigir(Contexto& ctx);
 QCoro::Task<int> comandoVocabulario(Contexto& ctx);
 QCoro::Task<int> comandoHistorico(Contexto& ctx);
 QCoro::Task<int> comandoTransformar(Contexto& ctx);
+QCoro::Task<int> comandoDitar(Contexto& ctx);
 QCoro::Task<int> comandoIntencao(Contexto& ctx);
 QCoro::Task<int> comandoAuditar(Contexto& ctx);
 QCoro::Task<int> comandoSugestoes(Contexto& ctx);

@@ -36,6 +36,8 @@ const ChaveConhecida kChaves[] = {
     {"vocabularyAuditLastRun", TipoChave::real},
     {"openaiBaseURL", TipoChave::texto},
     {"anthropicBaseURL", TipoChave::texto},
+    {"whisperCliPath", TipoChave::texto},
+    {"whisperModelPath", TipoChave::texto},
 };
 
 const ChaveConhecida* acharChave(const QString& nome)

@@ -257,10 +257,15 @@ void ServidorTeste::Estado::atender(QTcpSocket* s)
                 req.metodo = primeira.value(0);
                 req.caminho = primeira.value(1);
                 for (qsizetype i = 1; i < linhas.size(); ++i) {
-                    const QByteArray l = linhas[i].trimmed();
+                    // Values keep their trailing blanks: tests check bytes as the client sent them.
+                    const QByteArray l = linhas[i].endsWith('\r') ? linhas[i].chopped(1) : linhas[i];
                     const qsizetype dp = l.indexOf(':');
-                    if (dp > 0)
-                        req.cabecalhos.append({l.left(dp).trimmed(), l.mid(dp + 1).trimmed()});
+                    if (dp <= 0)
+                        continue;
+                    QByteArray valor = l.mid(dp + 1);
+                    while (valor.startsWith(' ') || valor.startsWith('\t'))
+                        valor.remove(0, 1);
+                    req.cabecalhos.append({l.left(dp).trimmed(), valor});
                 }
                 c.falta = req.cabecalho("Content-Length").toLongLong();
                 c.atual = req;

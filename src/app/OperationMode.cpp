@@ -1,0 +1,70 @@
+#include "app/OperationMode.h"
+
+#include "app/Configuracoes.h"
+#include "app/Log.h"
+
+namespace sonvo {
+
+namespace {
+const QString kMenu = QStringLiteral("toggleShowActionMenu");
+const QString kIntent = QStringLiteral("toggleShowIntentModal");
+const QString kStreaming = QStringLiteral("toggleStreamingInline");
+const QString kSelecao = QStringLiteral("toggleSelectionContext");
+} // namespace
+
+QString OperationModes::rawValue(OperationMode m)
+{
+    switch (m) {
+    case OperationMode::full: return QStringLiteral("full");
+    case OperationMode::minimal: return QStringLiteral("minimal");
+    case OperationMode::stealth: return QStringLiteral("stealth");
+    case OperationMode::custom: return QStringLiteral("custom");
+    }
+    return {};
+}
+
+QString OperationModes::descricao(OperationMode m)
+{
+    switch (m) {
+    case OperationMode::full:
+        return QStringLiteral("Action menu + intent modal + streaming + selection context — modo mais rico, mostra tudo");
+    case OperationMode::minimal:
+        return QStringLiteral("Action menu + intent modal + selection context — sem streaming progressivo");
+    case OperationMode::stealth:
+        return QStringLiteral("Paste direto, zero modais — pegada visual mínima, ⌘⇧R e ⌘⇧T fazem a mesma coisa");
+    case OperationMode::custom:
+        return QStringLiteral("Configuração customizada — toggles abaixo divergem dos presets");
+    }
+    return {};
+}
+
+OperationMode OperationModes::currentOperationMode(const Configuracoes& config)
+{
+    const bool a = config.booleano(kMenu);
+    const bool i = config.booleano(kIntent);
+    const bool s = config.booleano(kStreaming);
+    const bool c = config.booleano(kSelecao);
+    if (a)
+        return i && c ? (s ? OperationMode::full : OperationMode::minimal) : OperationMode::custom;
+    return !i && !s && !c ? OperationMode::stealth : OperationMode::custom;
+}
+
+void OperationModes::applyOperationPreset(Configuracoes& config, OperationMode m)
+{
+    auto escrever = [&](bool a, bool i, bool s, bool c) {
+        config.definir(kMenu, a);
+        config.definir(kIntent, i);
+        config.definir(kStreaming, s);
+        config.definir(kSelecao, c);
+    };
+    switch (m) {
+    case OperationMode::full: escrever(true, true, true, true); break;
+    case OperationMode::minimal: escrever(true, true, false, true); break;
+    case OperationMode::stealth: escrever(false, false, false, false); break;
+    case OperationMode::custom: break;
+    }
+    config.definir(QStringLiteral("operationMode"), rawValue(m));
+    Log::tag("Phase7", QStringLiteral("applyOperationPreset(%@)"), {rawValue(m)});
+}
+
+} // namespace sonvo

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+
+#include <array>
+
+namespace sonvo {
+
+class Configuracoes;
+
+// A named combination of the four behaviour switches; the mode shown is always derived from them.
+enum class OperationMode { full, minimal, stealth, custom };
+
+namespace OperationModes {
+inline constexpr std::array<OperationMode, 4> todos{OperationMode::full, OperationMode::minimal, OperationMode::stealth,
+                                                    OperationMode::custom};
+QString rawValue(OperationMode m);
+QString descricao(OperationMode m);
+
+OperationMode currentOperationMode(const Configuracoes& config);
+// Writes the preset's switches (none for custom), then "operationMode", and logs it.
+void applyOperationPreset(Configuracoes& config, OperationMode m);
+} // namespace OperationModes
+
+} // namespace sonvo

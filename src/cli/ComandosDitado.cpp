@@ -1,0 +1,182 @@
+#include "app/Arquivos.h"
+#include "capture/Insercao.h"
+#include "capture/SpeechManager.h"
+#include "capture/TranscriptionHistory.h"
+#include "cli/Comandos.h"
+#include "platform/Plataforma.h"
+#include "platform/null/PlataformaNula.h"
+#include "vocabulary/VocabularyService.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSocketNotifier>
+#include <QUuid>
+#include <QCoroSignal>
+
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace sonvo::cli {
+
+namespace {
+
+// The command line prints the text instead of pasting it.
+class SemInsercao : public Insercao {
+public:
+    QCoro::Task<> inserir(QString) override { co_return; }
+    QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QString&) override { return {}; }
+};
+
+struct Opcoes {
+    std::optional<QString> app;
+    bool ok = true;
+};
+
+Opcoes lerApp(Contexto& ctx)
+{
+    Opcoes o;
+    o.app = ctx.args.opcao(QStringLiteral("--app"));
+    if (ctx.args.faltouValor()) {
+        erroDeUso(QStringLiteral("Falta o valor de --app"));
+        o.ok = false;
+    }
+    return o;
+}
+
+// Runs a dictation to its end and prints its text (or its error).
+class Ditado {
+public:
+    Ditado(Contexto& ctx, EntradaAudio& audio, const std::optional<QString>& app)
+        : m_pasta(Caminhos::pastaDados()), m_vocab(m_pasta, ctx.config), m_historico(m_pasta),
+          m_speech(SpeechManager::Dependencias{ctx.config, ctx.rede, m_pasta, audio, m_insercao, m_som, m_vocab, m_historico,
+                                               QDir::tempPath(), nullptr})
+    {
+        m_speech.pularInsercao = true;
+        m_speech.contextoBundleID = app;
+    }
+    SpeechManager& speech() { return m_speech; }
+
+    QCoro::Task<int> aguardarFim()
+    {
+        while (m_speech.recordingState().caso == RecordingState::Caso::transcribing)
+            co_await qCoro(&m_speech, &SpeechManager::recordingStateChanged);
+        const RecordingState e = m_speech.recordingState();
+        if (e.ehErro()) {
+            escreverErro(e.mensagem);
+            co_return falha;
+        }
+        escreverSaida(m_speech.ultimaTranscricao().value_or(QString()) + u'\n');
+        co_return sucesso;
+    }
+
+private:
+    QString m_pasta;
+    VocabularyService m_vocab;
+    TranscriptionHistory m_historico;
+    SemInsercao m_insercao;
+    SomNulo m_som;
+    SpeechManager m_speech;
+};
+
+int g_tuboSinal[2] = {-1, -1};
+
+void aoReceberSinal(int)
+{
+    const char c = 1;
+    [[maybe_unused]] const auto n = ::write(g_tuboSinal[1], &c, 1);
+}
+
+} // namespace
+
+QCoro::Task<int> comandoTranscrever(Contexto& ctx)
+{
+    const Opcoes o = lerApp(ctx);
+    if (!o.ok)
+        co_return uso;
+    if (const auto op = ctx.args.opcaoDesconhecida())
+        co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
+    const QStringList pos = ctx.args.posicionais();
+    if (pos.size() != 1)
+        co_return erroDeUso(QStringLiteral("Uso: sonvo transcrever ARQUIVO [--app ID]"));
+
+    // The pipeline deletes its WAV when it ends: it gets a copy, never the user's file.
+    const QString copia = QDir::tempPath() + u'/' + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()
+        + QStringLiteral(".wav");
+    if (!QFile::copy(pos.first(), copia)) {
+        // An unreadable file is what a failed network would be: the local fallback decides.
+        QFile::remove(copia);
+    }
+    EntradaAudioNula semMicrofone;
+    Ditado ditado(ctx, semMicrofone, o.app);
+    ditado.speech().transcreverArquivo(copia);
+    co_return co_await ditado.aguardarFim();
+}
+
+QCoro::Task<int> comandoDitar(Contexto& ctx)
+{
+    const Opcoes o = lerApp(ctx);
+    if (!o.ok)
+        co_return uso;
+    ctx.args.flag(QStringLiteral("--menu")); // the text is printed either way: nothing to defer to
+    if (const auto op = ctx.args.opcaoDesconhecida())
+        co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
+    if (!ctx.args.posicionais().isEmpty())
+        co_return erroDeUso(QStringLiteral("Uso: sonvo ditar [--app ID] [--menu]"));
+
+    const auto audio = criarEntradaAudio();
+    Ditado ditado(ctx, *audio, o.app);
+    SpeechManager& sm = ditado.speech();
+    const bool terminal = ::isatty(STDERR_FILENO);
+
+    sm.startRecording();
+    if (sm.recordingState().ehErro()) {
+        escreverErro(sm.recordingState().mensagem);
+        co_return falha;
+    }
+    if (terminal)
+        std::fputs("Gravando… tecle Enter (ou Ctrl-C) para terminar.\n", stderr);
+    QObject::connect(&sm, &SpeechManager::audioLevelChanged, [terminal](float nivel) {
+        if (!terminal)
+            return;
+        const int n = static_cast<int>(nivel * 30.0f + 0.5f);
+        const QByteArray barra = QByteArray(n, '#') + QByteArray(30 - n, ' ');
+        std::fprintf(stderr, "\r  [%s] ", barra.constData());
+        std::fflush(stderr);
+    });
+
+    // Enter (or the end of standard input) and Ctrl-C both end the recording.
+    if (::pipe2(g_tuboSinal, O_CLOEXEC | O_NONBLOCK) == 0) {
+        std::signal(SIGINT, aoReceberSinal);
+        std::signal(SIGTERM, aoReceberSinal);
+    }
+    QSocketNotifier entrada(STDIN_FILENO, QSocketNotifier::Read);
+    QSocketNotifier sinal(g_tuboSinal[0], QSocketNotifier::Read);
+    bool parou = false;
+    auto parar = [&] {
+        if (parou)
+            return;
+        parou = true;
+        entrada.setEnabled(false);
+        sinal.setEnabled(false);
+        if (terminal)
+            std::fputs("\r\033[K", stderr);
+        sm.stopRecording();
+    };
+    QObject::connect(&entrada, &QSocketNotifier::activated, [&] {
+        char c[256];
+        const ssize_t n = ::read(STDIN_FILENO, c, sizeof c);
+        if (n <= 0 || std::memchr(c, '\n', static_cast<size_t>(n)))
+            parar();
+    });
+    QObject::connect(&sinal, &QSocketNotifier::activated, parar);
+    if (sm.recordingState().caso == RecordingState::Caso::recording)
+        co_await qCoro(&sm, &SpeechManager::recordingStateChanged);
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+    co_return co_await ditado.aguardarFim();
+}
+
+} // namespace sonvo::cli
