@@ -1,3 +1,5 @@
+#include "app/Log.h"
+
 #include <QCoreApplication>
 #include <benchmark/benchmark.h>
 
@@ -5,6 +7,7 @@
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
+    sonvo::Log::enviarParaArquivo(QStringLiteral("/dev/null"));
     ::benchmark::Initialize(&argc, argv);
     if (::benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
