@@ -8,9 +8,11 @@ pacotes=(
   qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libicu-dev
   libx11-dev libxtst-dev libxi-dev libxcb1-dev
   portaudio19-dev libasound2-plugins libpulse-dev libsndfile1-dev libcanberra-dev
+  libcanberra-pulse sound-theme-freedesktop
 )
 if [[ "${1:-}" == "--testes" ]]; then
-  pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev nodejs npm)
+  pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev nodejs npm
+    xvfb openbox dbus dbus-daemon dunst trayer pulseaudio pulseaudio-utils x11-utils xdotool xclip espeak-ng sox)
 fi
 
 faltando=()

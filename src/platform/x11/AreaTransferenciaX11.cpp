@@ -1,0 +1,319 @@
+#include "platform/x11/AreaTransferenciaX11.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QPointer>
+#include <QSet>
+#include <QCoroSignal>
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+
+namespace sonvo::x11 {
+
+namespace {
+
+using Item = ClipboardSnapshot::Item;
+using Relogio = ConexaoX11::Relogio;
+
+constexpr const char* kDicaGerenciador = "x-kde-passwordManagerHint";
+// A clipboard bigger than this is not worth holding in memory twice; it is left out.
+constexpr qsizetype kMaxBytes = qsizetype(256) * 1024 * 1024;
+
+// Qt's own names for text: it serves UTF8_STRING, STRING and TEXT from "text/plain".
+bool ehApelidoDeTexto(const QByteArray& nome)
+{
+    return nome == "UTF8_STRING" || nome == "STRING" || nome == "TEXT" || nome == "COMPOUND_TEXT";
+}
+
+// The contents Sonvo puts on the clipboard, served by Qt to other clients. Knows when one of them
+// fetched something other than the markers.
+class MimeSonvo : public QMimeData {
+public:
+    MimeSonvo(QList<Item> itens, std::function<void()> aoLer) : m_itens(std::move(itens)), m_aoLer(std::move(aoLer)) {}
+
+    const QList<Item>& itens() const { return m_itens; }
+
+    QStringList formats() const override
+    {
+        QStringList f;
+        for (const Item& i : m_itens)
+            f << i.type;
+        return f;
+    }
+    bool hasFormat(const QString& tipo) const override { return indice(tipo) >= 0; }
+
+protected:
+    QVariant retrieveData(const QString& tipo, QMetaType) const override
+    {
+        const qsizetype i = indice(tipo);
+        if (i < 0)
+            return {};
+        if (m_aoLer && tipo != QLatin1String(AreaTransferencia::tipoTransitorio)
+            && tipo != QLatin1String(kDicaGerenciador))
+            m_aoLer();
+        return m_itens[i].data;
+    }
+
+private:
+    qsizetype indice(const QString& tipo) const
+    {
+        for (qsizetype i = 0; i < m_itens.size(); ++i)
+            if (m_itens[i].type == tipo)
+                return i;
+        return -1;
+    }
+
+    QList<Item> m_itens;
+    std::function<void()> m_aoLer;
+};
+
+} // namespace
+
+AreaTransferenciaX11::AreaTransferenciaX11(std::shared_ptr<ConexaoX11> x, Prazos prazos)
+    : m_x(std::move(x)), m_prazos(prazos)
+{
+}
+
+bool AreaTransferenciaX11::tipoGuardado(const QString& tipo)
+{
+    static const QSet<QString> fora = {
+        QStringLiteral("TARGETS"),         QStringLiteral("MULTIPLE"),         QStringLiteral("TIMESTAMP"),
+        QStringLiteral("SAVE_TARGETS"),    QStringLiteral("DELETE"),           QStringLiteral("INSERT_SELECTION"),
+        QStringLiteral("INSERT_PROPERTY"), QStringLiteral("PIXMAP"),           QStringLiteral("BITMAP"),
+        QStringLiteral("DRAWABLE"),        QStringLiteral("COLORMAP"),         QStringLiteral("application/x-qt-image"),
+    };
+    return !tipo.isEmpty() && !fora.contains(tipo) && !tipo.startsWith(QStringLiteral("org.nspasteboard."));
+}
+
+std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneo()
+{
+    xcb_connection_t* c = m_x->conexao();
+    xcb_window_t dono = XCB_NONE;
+    if (auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_x->atomo("CLIPBOARD")), nullptr)) {
+        dono = r->owner;
+        std::free(r);
+    }
+    if (dono == XCB_NONE)
+        return std::nullopt;
+    // Our own contents: asking ourselves over X would wait for the event loop this call holds.
+    if (dono == m_janelaDoQt || (m_janelaDoQt == XCB_NONE && QGuiApplication::clipboard()->ownsClipboard()))
+        return instantaneoLocal();
+    return instantaneoRemoto();
+}
+
+std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoLocal()
+{
+    const QMimeData* m = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard);
+    if (!m)
+        return std::nullopt;
+    QList<Item> item;
+    if (const auto* nosso = dynamic_cast<const MimeSonvo*>(m)) {
+        // Read directly: a read through QMimeData would count as another client fetching it.
+        for (const Item& i : nosso->itens())
+            if (tipoGuardado(i.type))
+                item << i;
+    } else {
+        const QStringList formatos = m->formats();
+        if (formatos.isEmpty())
+            return std::nullopt;
+        for (const QString& f : formatos)
+            if (tipoGuardado(f))
+                item << Item{f, m->data(f)};
+    }
+    return ClipboardSnapshot{{item}};
+}
+
+std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoRemoto()
+{
+    const auto fim = Relogio::now() + m_prazos.total;
+    const std::optional<Transferencia> alvos = transferir(m_x->atomo("TARGETS"), fim);
+    // An owner that does not answer has nothing we can keep: the caller treats it as empty.
+    if (!alvos || alvos->formato != 32)
+        return std::nullopt;
+
+    QList<xcb_atom_t> atomos;
+    for (qsizetype i = 0; i + 4 <= alvos->dados.size(); i += 4) {
+        xcb_atom_t a = XCB_NONE;
+        std::memcpy(&a, alvos->dados.constData() + i, sizeof a);
+        if (a != XCB_NONE && !atomos.contains(a))
+            atomos << a;
+    }
+    QList<QByteArray> nomes;
+    for (xcb_atom_t a : atomos)
+        nomes << m_x->nomeDoAtomo(a);
+
+    // Text is kept as "text/plain" (UTF-8), which Qt serves under every text name on restore: the
+    // owner's own "text/plain" when it has one, else its best legacy text target.
+    const bool temTextoPlano = nomes.contains("text/plain");
+    QByteArray apelido;
+    for (const char* candidato : {"UTF8_STRING", "STRING", "TEXT"})
+        if (apelido.isEmpty() && nomes.contains(candidato))
+            apelido = candidato;
+
+    QList<Item> item;
+    bool textoFeito = temTextoPlano;
+    for (qsizetype i = 0; i < atomos.size(); ++i) {
+        const QByteArray& nome = nomes[i];
+        if (nome.isEmpty())
+            continue;
+        if (ehApelidoDeTexto(nome)) {
+            if (textoFeito || apelido.isEmpty())
+                continue;
+            textoFeito = true;
+            const auto t = transferir(m_x->atomo(apelido.constData()), fim);
+            if (!t)
+                continue;
+            // Legacy STRING is Latin-1.
+            const bool latin1 = t->tipo == XCB_ATOM_STRING;
+            item << Item{QStringLiteral("text/plain"), latin1 ? QString::fromLatin1(t->dados).toUtf8() : t->dados};
+            continue;
+        }
+        const QString tipo = QString::fromUtf8(nome);
+        if (!tipoGuardado(tipo))
+            continue;
+        // Formats that cannot be read in time are left out, silently.
+        if (const auto t = transferir(atomos[i], fim))
+            item << Item{tipo, t->dados};
+    }
+    return ClipboardSnapshot{{item}};
+}
+
+std::optional<AreaTransferenciaX11::Transferencia> AreaTransferenciaX11::transferir(xcb_atom_t alvo,
+                                                                                    Relogio::time_point fim)
+{
+    xcb_connection_t* c = m_x->conexao();
+    const xcb_window_t janela = m_x->janelaAuxiliar();
+    const xcb_atom_t selecao = m_x->atomo("CLIPBOARD");
+    const xcb_atom_t propriedade = m_x->atomo("SONVO_SELECAO");
+    const xcb_atom_t incr = m_x->atomo("INCR");
+    if (alvo == XCB_NONE || Relogio::now() >= fim)
+        return std::nullopt;
+    auto prazo = [&] { return std::min(fim, Relogio::now() + m_prazos.transferencia); };
+
+    // Answers to an earlier request that timed out must not be taken for this one.
+    m_x->descartarEventos();
+    xcb_delete_property(c, janela, propriedade);
+    xcb_convert_selection(c, janela, selecao, alvo, propriedade, XCB_CURRENT_TIME);
+    xcb_flush(c);
+
+    xcb_generic_event_t* e = m_x->aguardarEvento(
+        [&](const xcb_generic_event_t* ev) {
+            if ((ev->response_type & 0x7f) != XCB_SELECTION_NOTIFY)
+                return false;
+            const auto* n = reinterpret_cast<const xcb_selection_notify_event_t*>(ev);
+            return n->requestor == janela && n->selection == selecao && n->target == alvo;
+        },
+        prazo());
+    if (!e)
+        return std::nullopt;
+    const xcb_atom_t recebida = reinterpret_cast<xcb_selection_notify_event_t*>(e)->property;
+    std::free(e);
+    if (recebida == XCB_NONE) // refused
+        return std::nullopt;
+
+    auto p = m_x->propriedade(janela, recebida, true);
+    if (!p || p->tipo == XCB_NONE)
+        return std::nullopt;
+    if (p->tipo != incr)
+        return Transferencia{p->tipo, p->formato, std::move(p->dados)};
+
+    // Incremental transfer: each chunk arrives as a new value of the property, which we delete to
+    // ask for the next; an empty chunk ends it.
+    Transferencia t;
+    for (;;) {
+        xcb_generic_event_t* n = m_x->aguardarEvento(
+            [&](const xcb_generic_event_t* ev) {
+                if ((ev->response_type & 0x7f) != XCB_PROPERTY_NOTIFY)
+                    return false;
+                const auto* pn = reinterpret_cast<const xcb_property_notify_event_t*>(ev);
+                return pn->window == janela && pn->atom == recebida && pn->state == XCB_PROPERTY_NEW_VALUE;
+            },
+            prazo());
+        if (!n)
+            return std::nullopt;
+        std::free(n);
+        auto pedaco = m_x->propriedade(janela, recebida, true);
+        if (!pedaco)
+            return std::nullopt;
+        if (pedaco->dados.isEmpty())
+            return t;
+        t.tipo = pedaco->tipo;
+        t.formato = pedaco->formato;
+        t.dados += pedaco->dados;
+        if (t.dados.size() > kMaxBytes)
+            return std::nullopt;
+    }
+}
+
+void AreaTransferenciaX11::escreverTexto(const QString& texto, bool transitorio)
+{
+    QList<Item> itens;
+    if (transitorio) {
+        // Clipboard managers keep neither: the first is the convention of macOS tools, the second
+        // is what KDE's Klipper and others honour.
+        itens << Item{QString::fromLatin1(tipoTransitorio), QByteArray()};
+        itens << Item{QString::fromLatin1(kDicaGerenciador), QByteArrayLiteral("secret")};
+    }
+    itens << Item{QStringLiteral("text/plain"), texto.toUtf8()};
+    ++m_geracao;
+    definir(std::move(itens), true);
+}
+
+void AreaTransferenciaX11::restaurar(const ClipboardSnapshot& s)
+{
+    // X11 holds one value per format: the items are merged, the first value of a format wins.
+    QList<Item> itens{Item{QString::fromLatin1(tipoRestaurado), QByteArray()}};
+    QSet<QString> vistos{itens.first().type};
+    for (const auto& item : s.items)
+        for (const Item& i : item)
+            if (!vistos.contains(i.type)) {
+                vistos.insert(i.type);
+                itens << i;
+            }
+    definir(std::move(itens), false);
+}
+
+void AreaTransferenciaX11::definir(QList<Item> itens, bool contaLeituras)
+{
+    std::function<void()> aoLer;
+    if (contaLeituras) {
+        // Qt deletes the data whenever another client takes the clipboard, possibly after us.
+        QPointer<AreaTransferenciaX11> eu(this);
+        const quint64 geracao = m_geracao;
+        aoLer = [eu, geracao] {
+            if (eu && geracao > eu->m_lida) {
+                eu->m_lida = geracao;
+                Q_EMIT eu->textoLido();
+            }
+        };
+    }
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    clipboard->setMimeData(new MimeSonvo(std::move(itens), std::move(aoLer)), QClipboard::Clipboard);
+    if (!clipboard->ownsClipboard())
+        return;
+    xcb_connection_t* c = m_x->conexao();
+    if (auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_x->atomo("CLIPBOARD")), nullptr)) {
+        m_janelaDoQt = r->owner;
+        std::free(r);
+    }
+}
+
+QCoro::Task<bool> AreaTransferenciaX11::aguardarLeitura(std::chrono::milliseconds limite)
+{
+    const quint64 geracao = m_geracao;
+    if (geracao == 0)
+        co_return false;
+    const auto fim = Relogio::now() + limite;
+    while (m_lida < geracao) {
+        const auto resto = std::chrono::ceil<std::chrono::milliseconds>(fim - Relogio::now());
+        if (resto.count() <= 0)
+            co_return false;
+        co_await qCoro(this, &AreaTransferenciaX11::textoLido, resto);
+    }
+    co_return true;
+}
+
+} // namespace sonvo::x11

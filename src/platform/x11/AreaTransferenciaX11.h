@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/AreaTransferencia.h"
+#include "platform/x11/ConexaoX11.h"
+
+#include <QObject>
+
+#include <memory>
+
+namespace sonvo::x11 {
+
+// Bounds of the reads from another client's clipboard.
+struct PrazosClipboard {
+    std::chrono::milliseconds transferencia{500}; // one request or one incremental chunk
+    std::chrono::milliseconds total{2000};        // the whole snapshot
+};
+
+// The CLIPBOARD selection. Sonvo's own contents are served by Qt (QClipboard owns the selection
+// and answers other clients from the event loop); another client's contents are read over
+// Sonvo's own connection with a time limit on every transfer, because Qt's reader waits up to
+// five seconds per format on an owner that never answers. Needs a QGuiApplication on xcb.
+class AreaTransferenciaX11 : public QObject, public AreaTransferencia {
+    Q_OBJECT
+public:
+    using Prazos = PrazosClipboard;
+
+    explicit AreaTransferenciaX11(std::shared_ptr<ConexaoX11> x, Prazos prazos = {});
+
+    std::optional<ClipboardSnapshot> instantaneo() override;
+    void escreverTexto(const QString& texto, bool transitorio) override;
+    void restaurar(const ClipboardSnapshot& s) override;
+    QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
+
+    // Whether a format belongs in a snapshot: protocol targets, targets with side effects, X
+    // resource handles, Qt's internal image format and the markers are left out.
+    static bool tipoGuardado(const QString& tipo);
+
+Q_SIGNALS:
+    void textoLido();
+
+private:
+    struct Transferencia {
+        xcb_atom_t tipo = XCB_NONE;
+        uint8_t formato = 0;
+        QByteArray dados;
+    };
+    std::optional<Transferencia> transferir(xcb_atom_t alvo, ConexaoX11::Relogio::time_point fim);
+    std::optional<ClipboardSnapshot> instantaneoLocal();
+    std::optional<ClipboardSnapshot> instantaneoRemoto();
+    void definir(QList<ClipboardSnapshot::Item> itens, bool contaLeituras);
+
+    std::shared_ptr<ConexaoX11> m_x;
+    Prazos m_prazos;
+    xcb_window_t m_janelaDoQt = XCB_NONE; // the window Qt owns the selection with
+    quint64 m_geracao = 0;                 // texts written so far
+    quint64 m_lida = 0;                    // the last of them another client fetched
+};
+
+} // namespace sonvo::x11

@@ -1,0 +1,64 @@
+#include "platform/x11/TeclasX11.h"
+
+#include <X11/XKBlib.h>
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+namespace sonvo::x11 {
+
+std::unique_ptr<TeclasX11> TeclasX11::criar()
+{
+    Display* d = XOpenDisplay(nullptr);
+    if (!d)
+        return nullptr;
+    int evento = 0, erro = 0, maior = 0, menor = 0;
+    if (!XTestQueryExtension(d, &evento, &erro, &maior, &menor)) {
+        XCloseDisplay(d);
+        return nullptr;
+    }
+    return std::unique_ptr<TeclasX11>(new TeclasX11(d));
+}
+
+TeclasX11::~TeclasX11()
+{
+    XCloseDisplay(m_d);
+}
+
+void TeclasX11::soltarModificadores()
+{
+    char teclas[32] = {};
+    XQueryKeymap(m_d, teclas);
+    XModifierKeymap* mapa = XGetModifierMapping(m_d);
+    if (!mapa)
+        return;
+    for (int i = 0; i < 8 * mapa->max_keypermod; ++i) {
+        const KeyCode k = mapa->modifiermap[i];
+        if (k != 0 && (teclas[k / 8] & (1 << (k % 8))))
+            XTestFakeKeyEvent(m_d, k, False, CurrentTime);
+    }
+    XFreeModifiermap(mapa);
+    XSync(m_d, False);
+}
+
+bool TeclasX11::colar(bool terminal)
+{
+    const KeyCode ctrl = XKeysymToKeycode(m_d, XK_Control_L);
+    const KeyCode shift = XKeysymToKeycode(m_d, XK_Shift_L);
+    const KeyCode v = XKeysymToKeycode(m_d, XK_v);
+    if (ctrl == 0 || v == 0 || (terminal && shift == 0))
+        return false;
+    XTestFakeKeyEvent(m_d, ctrl, True, CurrentTime);
+    if (terminal)
+        XTestFakeKeyEvent(m_d, shift, True, CurrentTime);
+    XTestFakeKeyEvent(m_d, v, True, CurrentTime);
+    XTestFakeKeyEvent(m_d, v, False, CurrentTime);
+    if (terminal)
+        XTestFakeKeyEvent(m_d, shift, False, CurrentTime);
+    XTestFakeKeyEvent(m_d, ctrl, False, CurrentTime);
+    // The server has the events when this returns, so the waits that follow start after them.
+    XSync(m_d, False);
+    return true;
+}
+
+} // namespace sonvo::x11

@@ -1,0 +1,125 @@
+// A text widget of another client, the target of the desktop tests' pastes.
+//   sonvo_alvo_texto --saida ARQ [--classe CLASSE] [--terminal] [--fechar-ao-reativar] [--atraso MS]
+// Writes the widget's whole text to ARQ on every change, and one line per Ctrl+V or
+// Ctrl+Shift+V to ARQ.teclas with the clipboard's formats at that moment. --classe sets the
+// WM_CLASS class; --terminal behaves like a terminal (Ctrl+Shift+V pastes, Ctrl+V types "^V");
+// --fechar-ao-reativar exits as soon as the window is activated again after losing the focus
+// (ARQ.desativado appears when it lost it); --atraso makes it a slow application that fetches the
+// clipboard MS milliseconds after the paste keys.
+#include <QApplication>
+#include <QClipboard>
+#include <QFile>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QPlainTextEdit>
+#include <QSaveFile>
+#include <QStringList>
+#include <QThread>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+QString g_saida;
+bool g_terminal = false;
+int g_atrasoMs = 0;
+
+void anotarTecla(const QString& tecla)
+{
+    QStringList linha{tecla};
+    if (const QMimeData* m = QGuiApplication::clipboard()->mimeData()) {
+        for (const QString& f : m->formats())
+            linha << f;
+        linha << QStringLiteral("dica=") + QString::fromUtf8(m->data(QStringLiteral("x-kde-passwordManagerHint")));
+    }
+    QFile f(g_saida + QStringLiteral(".teclas"));
+    if (f.open(QIODevice::Append))
+        f.write(linha.join(QLatin1Char(' ')).toUtf8() + '\n');
+}
+
+class Editor : public QPlainTextEdit {
+protected:
+    void keyPressEvent(QKeyEvent* e) override
+    {
+        const auto mods = e->modifiers() & (Qt::ControlModifier | Qt::ShiftModifier | Qt::MetaModifier | Qt::AltModifier);
+        if (e->key() == Qt::Key_V && mods == (Qt::ControlModifier | Qt::ShiftModifier)) {
+            anotarTecla(QStringLiteral("Ctrl+Shift+V"));
+            if (g_terminal)
+                paste();
+            return;
+        }
+        if (e->key() == Qt::Key_V && mods == Qt::ControlModifier) {
+            if (g_atrasoMs > 0)
+                QThread::msleep(static_cast<unsigned long>(g_atrasoMs)); // busy with something else
+            anotarTecla(QStringLiteral("Ctrl+V"));
+            if (g_terminal) {
+                insertPlainText(QStringLiteral("^V"));
+                return;
+            }
+        }
+        QPlainTextEdit::keyPressEvent(e);
+    }
+};
+
+class Janela : public Editor {
+public:
+    bool fecharAoReativar = false;
+
+protected:
+    bool event(QEvent* e) override
+    {
+        if (e->type() == QEvent::WindowDeactivate && fecharAoReativar && !m_perdeuFoco) {
+            m_perdeuFoco = true;
+            QFile f(g_saida + QStringLiteral(".desativado")); // the test waits for this before going on
+            f.open(QIODevice::WriteOnly);
+        }
+        if (e->type() == QEvent::WindowActivate && fecharAoReativar && m_perdeuFoco)
+            _exit(0); // gone at once, before any key can arrive
+        return Editor::event(e);
+    }
+
+private:
+    bool m_perdeuFoco = false;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QString classe = QStringLiteral("Sonvo-alvo");
+    bool fechar = false;
+    for (int i = 1; i < argc; ++i) {
+        const QString a = QString::fromLocal8Bit(argv[i]);
+        if (a == QLatin1String("--saida") && i + 1 < argc)
+            g_saida = QString::fromLocal8Bit(argv[++i]);
+        else if (a == QLatin1String("--classe") && i + 1 < argc)
+            classe = QString::fromLocal8Bit(argv[++i]);
+        else if (a == QLatin1String("--terminal"))
+            g_terminal = true;
+        else if (a == QLatin1String("--fechar-ao-reativar"))
+            fechar = true;
+        else if (a == QLatin1String("--atraso") && i + 1 < argc)
+            g_atrasoMs = QString::fromLocal8Bit(argv[++i]).toInt();
+    }
+    if (g_saida.isEmpty())
+        return 2;
+    // Qt names the WM_CLASS class after the application.
+    QCoreApplication::setApplicationName(classe);
+    QApplication app(argc, argv);
+    Janela janela;
+    janela.fecharAoReativar = fechar;
+    janela.setWindowTitle(QStringLiteral("Alvo ") + classe);
+    janela.resize(420, 160);
+    QObject::connect(&janela, &QPlainTextEdit::textChanged, [&] {
+        QSaveFile f(g_saida);
+        if (f.open(QIODevice::WriteOnly)) {
+            f.write(janela.toPlainText().toUtf8());
+            f.commit();
+        }
+    });
+    janela.show();
+    std::puts("pronto");
+    std::fflush(stdout);
+    return app.exec();
+}
