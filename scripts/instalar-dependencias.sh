@@ -11,11 +11,17 @@ pacotes=(
   libcanberra-pulse sound-theme-freedesktop
 )
 if [[ "${1:-}" == "--testes" ]]; then
-  pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev nodejs npm
+  pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev
     xvfb openbox dbus dbus-daemon dunst trayer pulseaudio pulseaudio-utils x11-utils xdotool xclip espeak-ng sox)
 fi
 
 faltando=()
+# Node.js (for the JSON Schema validator) may come from elsewhere with its own npm: ask for the
+# commands, not for Debian's packages, which would conflict with it.
+if [[ "${1:-}" == "--testes" ]]; then
+  command -v node >/dev/null || faltando+=(nodejs)
+  command -v npm >/dev/null || faltando+=(npm)
+fi
 for p in "${pacotes[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
     faltando+=("$p")
