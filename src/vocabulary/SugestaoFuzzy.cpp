@@ -50,7 +50,8 @@ private:
 struct Frequente {
     QString palavra;
     int ocorrencias;
-    std::vector<int> codigos;
+    std::vector<int> codigos;         // lower-cased, for the match test
+    std::vector<int> codigosComoEsta; // as stored, for the distance reported (empty: same)
 };
 
 } // namespace
@@ -68,7 +69,10 @@ QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QMap<QString, int>& frequentes, 
     std::vector<Frequente> candidatas;
     candidatas.reserve(static_cast<size_t>(frequentes.size()));
     for (auto it = frequentes.begin(); it != frequentes.end(); ++it) {
-        Frequente f{it.key(), it.value(), codificador.codificar(TextoUnicode::minusculas(it.key()))};
+        const QString minusculo = TextoUnicode::minusculas(it.key());
+        Frequente f{it.key(), it.value(), codificador.codificar(minusculo), {}};
+        if (minusculo != it.key())
+            f.codigosComoEsta = codificador.codificar(it.key());
         if (f.codigos.size() >= 4)
             candidatas.push_back(std::move(f));
     }
@@ -90,9 +94,11 @@ QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QMap<QString, int>& frequentes, 
             const auto diferenca = std::abs(static_cast<long>(codigos.size()) - static_cast<long>(f.codigos.size()));
             if (diferenca >= 3)
                 continue;
-            const int d = Levenshtein::distancia(codigos, f.codigos);
+            int d = Levenshtein::distancia(codigos, f.codigos);
             if (d == 0 || d >= 3)
                 continue;
+            if (!f.codigosComoEsta.empty())
+                d = Levenshtein::distancia(codigos, f.codigosComoEsta);
             if (!melhor || d < melhorDistancia || (d == melhorDistancia && f.ocorrencias > melhor->ocorrencias)) {
                 melhor = &f;
                 melhorDistancia = d;

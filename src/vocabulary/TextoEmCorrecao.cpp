@@ -50,7 +50,12 @@ void esvaziar(QString& s)
 
 } // namespace
 
-TextoEmCorrecao::TextoEmCorrecao(const QString& texto)
+qsizetype TextoEmCorrecao::limiteDeTamanho(qsizetype tamanhoInicial)
+{
+    return std::max(4 * tamanhoInicial, tamanhoInicial + (qsizetype(1) << 20));
+}
+
+TextoEmCorrecao::TextoEmCorrecao(const QString& texto) : m_limite(limiteDeTamanho(texto.size()))
 {
     m_mem = &memoriaDaThread();
     if (m_mem->emUso) {
@@ -127,17 +132,17 @@ bool TextoEmCorrecao::podeConter(QStringView padrao) const
     return true;
 }
 
-bool TextoEmCorrecao::substituir(const QString& padrao, const QString& escrever)
+TextoEmCorrecao::Efeito TextoEmCorrecao::substituir(const QString& padrao, const QString& escrever)
 {
     if (padrao.isEmpty() || !podeConter(padrao))
-        return false;
+        return Efeito::nenhum;
     const QString& textoAtual = m_mem->texto[m_atual];
     const QString& dobradoAtual = m_mem->dobrado[m_atual];
     const std::vector<qsizetype>& origem = m_mem->origem[m_atual];
     const QStringView alvo(dobradoAtual);
     qsizetype pos = alvo.indexOf(padrao);
     if (pos < 0)
-        return false;
+        return Efeito::nenhum;
 
     const qsizetype n = alvo.size();
     TextoUnicode::LimitesGrafema limites(textoAtual);
@@ -160,7 +165,12 @@ bool TextoEmCorrecao::substituir(const QString& padrao, const QString& escrever)
         }
     }
     if (casamentos.empty())
-        return false;
+        return Efeito::nenhum;
+    qsizetype tamanhoNovo = textoAtual.size();
+    for (const auto& [ini, fim] : casamentos)
+        tamanhoNovo += escrever.size() - (origem[size_t(fim)] - origem[size_t(ini)]);
+    if (tamanhoNovo > m_limite)
+        return Efeito::grandeDemais;
 
     // Folding works character by character, so the fold of the new text is the fold of the
     // untouched stretches plus the fold of each replacement.
@@ -199,7 +209,7 @@ bool TextoEmCorrecao::substituir(const QString& padrao, const QString& escrever)
     // New q-grams exist only in and around what was inserted.
     for (const auto& [ini, fim] : inseridos)
         marcar(ini - (kQLongo - 1), fim + (kQLongo - 1));
-    return true;
+    return Efeito::substituiu;
 }
 
 } // namespace sonvo

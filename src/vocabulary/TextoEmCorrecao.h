@@ -21,10 +21,15 @@ public:
     TextoEmCorrecao(const TextoEmCorrecao&) = delete;
     TextoEmCorrecao& operator=(const TextoEmCorrecao&) = delete;
 
+    enum class Efeito { nenhum, substituiu, grandeDemais };
     // Replaces every match of `padraoDobrado` (already folded), left to right without overlaps,
     // by `escrever` verbatim. A match covers whole source characters and starts and ends on
-    // grapheme boundaries of the text. False when nothing matched.
-    bool substituir(const QString& padraoDobrado, const QString& escrever);
+    // grapheme boundaries of the text. Corrections feed on each other's output, so a vocabulary
+    // whose replacements contain later heard phrases could grow the text without bound: a
+    // correction that would take it past four times its first size plus a million units is
+    // not applied (grandeDemais).
+    Efeito substituir(const QString& padraoDobrado, const QString& escrever);
+    static qsizetype limiteDeTamanho(qsizetype tamanhoInicial);
     QString texto() const;
 
     // Working buffers, kept per thread between texts: allocating them afresh for every
@@ -39,6 +44,7 @@ private:
     std::unique_ptr<Memoria> m_propria; // when the thread's buffers are already in use
     int m_atual = 0;                    // which of the two buffer sets holds the current text
     int m_bitsFiltro = 0;
+    qsizetype m_limite = 0;
 };
 
 } // namespace sonvo

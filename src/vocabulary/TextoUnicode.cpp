@@ -153,8 +153,7 @@ std::unique_ptr<icu::BreakIterator> novoIteradorCaracteres()
     return bi;
 }
 
-// Creating a break iterator costs far more than using one: one per thread, cloned when a
-// caller needs its own.
+// Creating a break iterator costs far more than using one: one per thread.
 icu::BreakIterator* iteradorDaThread()
 {
     thread_local std::unique_ptr<icu::BreakIterator> bi = novoIteradorCaracteres();
@@ -380,20 +379,14 @@ QString dobrar(QStringView s)
 }
 
 struct LimitesGrafema::Icu {
-    std::unique_ptr<icu::BreakIterator> bi;
-    UText* ut = nullptr;
+    std::vector<bool> limite; // one entry per index 0..size
 };
 
 LimitesGrafema::LimitesGrafema(QStringView texto) : m_texto(texto) {}
 
 LimitesGrafema::~LimitesGrafema()
 {
-    if (m_icu) {
-        m_icu->bi.reset();
-        if (m_icu->ut)
-            utext_close(m_icu->ut);
-        delete m_icu;
-    }
+    delete m_icu;
 }
 
 bool LimitesGrafema::ehLimite(qsizetype i)
@@ -407,20 +400,13 @@ bool LimitesGrafema::ehLimite(qsizetype i)
         return !(a == u'\r' && b == u'\n');
     if (!m_icu) {
         m_icu = new Icu;
-        if (icu::BreakIterator* proto = iteradorDaThread())
-            m_icu->bi.reset(proto->clone());
-        if (m_icu->bi) {
-            UErrorCode e = U_ZERO_ERROR;
-            m_icu->ut = utext_openUChars(nullptr, comoUChar(m_texto), m_texto.size(), &e);
-            if (U_SUCCESS(e))
-                m_icu->bi->setText(m_icu->ut, e);
-            if (U_FAILURE(e))
-                m_icu->bi.reset();
-        }
+        m_icu->limite.assign(size_t(m_texto.size()) + 1, false);
+        porLimites(m_texto, [&](qsizetype p) {
+            m_icu->limite[size_t(p)] = true;
+            return false;
+        });
     }
-    if (!m_icu->bi) // no ICU data: never split a surrogate pair, accept the rest
-        return !(QChar::isHighSurrogate(a) && QChar::isLowSurrogate(b));
-    return m_icu->bi->isBoundary(static_cast<int32_t>(i));
+    return m_icu->limite[size_t(i)];
 }
 
 } // namespace sonvo::TextoUnicode

@@ -51,7 +51,9 @@ TextoDobrado dobrarComMapa(QStringView s);
 void acrescentarDobrado(QStringView s, qsizetype base, QString& dobrado, std::vector<qsizetype>& origem);
 QString dobrar(QStringView s);
 
-// Grapheme boundaries of one text, answered without ICU where the neighbours make it obvious.
+// Grapheme boundaries of one text, answered without ICU where the neighbours make it obvious;
+// the first question that needs ICU has it mark every boundary of the text in one pass, so
+// answers stay linear in total even inside very long clusters.
 class LimitesGrafema {
 public:
     explicit LimitesGrafema(QStringView texto);

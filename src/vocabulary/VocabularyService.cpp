@@ -299,7 +299,9 @@ QString VocabularyService::aplicar(const QMap<QString, QString>& correcoes, cons
         const QString padrao = TextoUnicode::dobrar(it.key());
         if (padrao.isEmpty() || protegidas.contains(padrao))
             continue;
-        texto.substituir(padrao, it.value());
+        if (texto.substituir(padrao, it.value()) == TextoEmCorrecao::Efeito::grandeDemais)
+            Log::tag("Vocab", QStringLiteral("correção '%@' não aplicada: o texto passaria de %d caracteres"),
+                     {it.key(), TextoEmCorrecao::limiteDeTamanho(em.size())});
     }
     return texto.texto();
 }

@@ -145,6 +145,8 @@ TEST(Tier2Busca, RegrasDeEscolhaEOrdem)
     EXPECT_EQ(sugerirCorrecaoFuzzy(contagens({{"gatas", 2}, {"gatos", 5}}), QStringLiteral("gatus")).value(0).sugestao, QStringLiteral("gatos"));
     EXPECT_EQ(sugerirCorrecaoFuzzy(contagens({{"gatos", 2}, {"gxtxs", 9}}), QStringLiteral("gatus")).value(0).sugestao, QStringLiteral("gatos"));
     EXPECT_EQ(sugerirCorrecaoFuzzy(contagens({{"gatas", 3}, {"gatos", 3}}), QStringLiteral("gatus")).value(0).sugestao, QStringLiteral("gatas"));
+    // The match is decided on lower case; the distance reported is to the word as given.
+    EXPECT_EQ(sugerirCorrecaoFuzzy(contagens({{"Gatos", 2}}), QStringLiteral("gatus")), (QList<SugestaoFuzzy>{{"gatus", "Gatos", 2, 2}}));
     // Short tokens and words three edits away are left alone.
     EXPECT_TRUE(sugerirCorrecaoFuzzy(contagens({{"gatos", 3}}), QStringLiteral("gat gxxxs gatosxxx")).isEmpty());
     // Sorted by occurrences, highest first; equal counts keep the order of the text.

@@ -1,5 +1,5 @@
 #include "vocab_suporte.h"
-#include "vocabulary/TextoUnicode.h"
+#include "vocab_referencia.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -61,6 +61,21 @@ TEST(Aplicar, CasamentosComecamETerminamEmLimitesDeGrafema)
     EXPECT_EQ(aplicar(mapa({{"\r", "<cr>"}}), QStringLiteral("a\r\nb\rc")), QStringLiteral("a\r\nb<cr>c"));
     // A heard phrase made only of marks folds to nothing and is skipped.
     EXPECT_EQ(aplicar(mapa({{"\u0301", "x"}}), QStringLiteral("é")), QStringLiteral("é"));
+}
+
+TEST_F(Correcoes, TextosPatologicosTerminam)
+{
+    // Inside one cluster of 50,000 skin-tone modifiers nothing matches, and that is found
+    // without asking ICU once per candidate.
+    const QString longo = QStringLiteral("👍") + QString(QStringLiteral("🏽")).repeated(50000);
+    EXPECT_EQ(aplicar(mapa({{"🏽", "x"}}), longo), longo);
+
+    // Replacements that feed later heard phrases would multiply the text a thousandfold at
+    // each step; the step that would pass the limit is skipped and logged.
+    const auto cadeia = mapa({{"a", QString(1000, u'b')}, {"b", QString(1000, u'c')}, {"c", QStringLiteral("fim")}});
+    const QString r = aplicar(cadeia, QStringLiteral("aa"));
+    EXPECT_EQ(r, QString(2000, u'b'));
+    EXPECT_TRUE(log().contains(QStringLiteral("Vozel [Vocab] correção 'b' não aplicada: o texto passaria de 1048578 caracteres\n")));
 }
 
 TEST(Aplicar, SubstituicaoVerbatimSemSobreposicaoEComWhitelist)
@@ -252,43 +267,6 @@ TEST_F(Correcoes, ArquivoPorAplicativoEnorme)
     ASSERT_FALSE(vocab.registrarPerAppCorrection(QStringLiteral("app.5"), QStringLiteral("novo"), QStringLiteral("Novo")));
     EXPECT_EQ(jsonDe(lerArquivo(vocab.arquivoPorApp())).size(), 20000);
 }
-
-namespace {
-
-// The plain algorithm, kept here as the reference: fold the whole text again for every pair,
-// search it, and rebuild the text from the accepted matches.
-QString aplicarReferencia(const QMap<QString, QString>& correcoes, const QSet<QString>& whitelist, QString texto)
-{
-    QSet<QString> protegidas;
-    for (const QString& w : whitelist)
-        protegidas.insert(TextoUnicode::dobrar(w));
-    for (auto it = correcoes.begin(); it != correcoes.end(); ++it) {
-        const QString padrao = TextoUnicode::dobrar(it.key());
-        if (padrao.isEmpty() || protegidas.contains(padrao))
-            continue;
-        const TextoUnicode::TextoDobrado d = TextoUnicode::dobrarComMapa(texto);
-        TextoUnicode::LimitesGrafema limites(texto);
-        const auto& o = d.origem;
-        const qsizetype n = d.dobrado.size();
-        QString saida;
-        qsizetype copiado = 0;
-        for (qsizetype pos = d.dobrado.indexOf(padrao); pos >= 0;) {
-            const qsizetype fim = pos + padrao.size();
-            const bool inteiro = (pos == 0 || o[size_t(pos - 1)] != o[size_t(pos)]) && (fim == n || o[size_t(fim - 1)] != o[size_t(fim)]);
-            if (inteiro && limites.ehLimite(o[size_t(pos)]) && limites.ehLimite(o[size_t(fim)])) {
-                saida += texto.mid(copiado, o[size_t(pos)] - copiado) + it.value();
-                copiado = o[size_t(fim)];
-                pos = d.dobrado.indexOf(padrao, fim);
-            } else {
-                pos = d.dobrado.indexOf(padrao, pos + 1);
-            }
-        }
-        texto = saida + texto.mid(copiado);
-    }
-    return texto;
-}
-
-} // namespace
 
 TEST(Aplicar, MesmoResultadoQueOAlgoritmoSimplesEmTextosAleatorios)
 {
