@@ -178,6 +178,37 @@ std::optional<AIErro> falhaDaResposta(AIProviderID p, const Http::Resposta& r)
     return std::nullopt;
 }
 
+using Requisitar = QNetworkRequest (*)(const QUrl& url, const QString& chave);
+
+// The single request of either provider: the key, the exchange and its failures are handled alike;
+// the answer's body comes back for the provider to read.
+QCoro::Task<Resultado<QByteArray, AIErro>> pedir(const ContextoIA& ctx, AIProviderID p, Requisitar requisicao, QByteArray corpo)
+{
+    const auto chave = ctx.keychain.chave(Provedores::contaChave(p));
+    if (!chave)
+        co_return AIErro::semChave(p);
+    const Http::Resposta r = co_await Http::post(ctx.rede, requisicao(ctx.endpoint, *chave), std::move(corpo), ctx.prazoUnico);
+    if (auto erro = falhaDaResposta(p, r))
+        co_return *erro;
+    co_return r.corpo;
+}
+
+template <typename Interpretador>
+std::unique_ptr<FluxoIA> abrirFluxo(const ContextoIA& ctx, AIProviderID p, Requisitar requisicao, QByteArray corpo,
+                                    const QByteArray& accept = {})
+{
+    const auto chave = ctx.keychain.chave(Provedores::contaChave(p));
+    if (!chave)
+        return std::make_unique<FluxoIA>(AIErro::semChave(p));
+    QNetworkRequest req = requisicao(ctx.endpoint, *chave);
+    if (!accept.isEmpty())
+        req.setRawHeader("Accept", accept);
+    req.setTransferTimeout(static_cast<int>(ctx.prazoStream.count()));
+    auto interpretador = std::make_shared<Interpretador>();
+    return std::make_unique<FluxoIA>(ctx.rede, req, std::move(corpo), p,
+                                     [interpretador](const QByteArray& l) { return interpretador->linha(l); });
+}
+
 } // namespace
 
 // ---- OpenAI ----
@@ -200,14 +231,10 @@ QCoro::Task<Resultado<QString, AIErro>> OpenAIProvider::transformar(QString text
                                                                      std::optional<QString> selectionContext)
 {
     constexpr AIProviderID p = AIProviderID::openai;
-    const auto chave = m_ctx.keychain.chave(Provedores::contaChave(p));
-    if (!chave)
-        co_return AIErro::semChave(p);
-    const Http::Resposta r = co_await Http::post(m_ctx.rede, requisicaoOpenAI(m_ctx.endpoint, *chave),
-                                                 corpo(texto, action, selectionContext, false), m_ctx.prazoUnico);
-    if (auto erro = falhaDaResposta(p, r))
-        co_return *erro;
-    const QJsonDocument doc = QJsonDocument::fromJson(r.corpo);
+    const auto r = co_await pedir(m_ctx, p, requisicaoOpenAI, corpo(texto, action, selectionContext, false));
+    if (!r)
+        co_return r.erro();
+    const QJsonDocument doc = QJsonDocument::fromJson(r.valor());
     const QJsonArray choices = doc.object().value(QStringLiteral("choices")).toArray();
     const QJsonValue content = choices.first().toObject().value(QStringLiteral("message")).toObject().value(QStringLiteral("content"));
     if (!doc.isObject() || choices.isEmpty() || !content.isString())
@@ -218,15 +245,8 @@ QCoro::Task<Resultado<QString, AIErro>> OpenAIProvider::transformar(QString text
 std::unique_ptr<FluxoIA> OpenAIProvider::transformarStream(const QString& texto, QuickAction action,
                                                            const std::optional<QString>& selectionContext)
 {
-    constexpr AIProviderID p = AIProviderID::openai;
-    const auto chave = m_ctx.keychain.chave(Provedores::contaChave(p));
-    if (!chave)
-        return std::make_unique<FluxoIA>(AIErro::semChave(p));
-    QNetworkRequest req = requisicaoOpenAI(m_ctx.endpoint, *chave);
-    req.setTransferTimeout(static_cast<int>(m_ctx.prazoStream.count()));
-    auto interpretador = std::make_shared<InterpretadorOpenAI>();
-    return std::make_unique<FluxoIA>(m_ctx.rede, req, corpo(texto, action, selectionContext, true), p,
-                                     [interpretador](const QByteArray& l) { return interpretador->linha(l); });
+    return abrirFluxo<InterpretadorOpenAI>(m_ctx, AIProviderID::openai, requisicaoOpenAI,
+                                           corpo(texto, action, selectionContext, true));
 }
 
 // ---- Anthropic ----
@@ -249,14 +269,10 @@ QCoro::Task<Resultado<QString, AIErro>> AnthropicProvider::transformar(QString t
                                                                         std::optional<QString> selectionContext)
 {
     constexpr AIProviderID p = AIProviderID::anthropic;
-    const auto chave = m_ctx.keychain.chave(Provedores::contaChave(p));
-    if (!chave)
-        co_return AIErro::semChave(p);
-    const Http::Resposta r = co_await Http::post(m_ctx.rede, requisicaoAnthropic(m_ctx.endpoint, *chave),
-                                                 corpo(texto, action, selectionContext, false), m_ctx.prazoUnico);
-    if (auto erro = falhaDaResposta(p, r))
-        co_return *erro;
-    const QJsonDocument doc = QJsonDocument::fromJson(r.corpo);
+    const auto r = co_await pedir(m_ctx, p, requisicaoAnthropic, corpo(texto, action, selectionContext, false));
+    if (!r)
+        co_return r.erro();
+    const QJsonDocument doc = QJsonDocument::fromJson(r.valor());
     const QJsonValue content = doc.object().value(QStringLiteral("content"));
     if (!doc.isObject() || !content.isArray())
         co_return AIErro::decode(p);
@@ -280,16 +296,8 @@ QCoro::Task<Resultado<QString, AIErro>> AnthropicProvider::transformar(QString t
 std::unique_ptr<FluxoIA> AnthropicProvider::transformarStream(const QString& texto, QuickAction action,
                                                               const std::optional<QString>& selectionContext)
 {
-    constexpr AIProviderID p = AIProviderID::anthropic;
-    const auto chave = m_ctx.keychain.chave(Provedores::contaChave(p));
-    if (!chave)
-        return std::make_unique<FluxoIA>(AIErro::semChave(p));
-    QNetworkRequest req = requisicaoAnthropic(m_ctx.endpoint, *chave);
-    req.setRawHeader("Accept", "text/event-stream");
-    req.setTransferTimeout(static_cast<int>(m_ctx.prazoStream.count()));
-    auto interpretador = std::make_shared<InterpretadorAnthropic>();
-    return std::make_unique<FluxoIA>(m_ctx.rede, req, corpo(texto, action, selectionContext, true), p,
-                                     [interpretador](const QByteArray& l) { return interpretador->linha(l); });
+    return abrirFluxo<InterpretadorAnthropic>(m_ctx, AIProviderID::anthropic, requisicaoAnthropic,
+                                              corpo(texto, action, selectionContext, true), "text/event-stream");
 }
 
 // ---- AIService ----

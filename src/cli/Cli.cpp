@@ -3,6 +3,7 @@
 #include "app/Arquivos.h"
 #include "app/Log.h"
 #include "cli/Comandos.h"
+#include "vocabulary/TextoUnicode.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
@@ -60,6 +61,14 @@ std::optional<QString> Argumentos::opcaoDesconhecida() const
             return a;
     }
     return std::nullopt;
+}
+
+std::optional<QString> textoDaEntrada(Contexto& ctx)
+{
+    auto lido = TextoUnicode::decodificarUtf8(ctx.lerEntrada());
+    if (!lido)
+        escreverErro(QStringLiteral("A entrada padrão não é texto UTF-8 válido"));
+    return lido;
 }
 
 void escreverSaida(const QString& texto)

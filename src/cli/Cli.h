@@ -39,6 +39,9 @@ struct Contexto {
     std::function<QByteArray()> lerEntrada;
 };
 
+// Standard input as text; on bytes that are not UTF-8 it says so on standard error and gives nothing.
+std::optional<QString> textoDaEntrada(Contexto& ctx);
+
 void escreverSaida(const QString& texto);  // standard output, as is
 void escreverErro(const QString& linha);   // one line on standard error
 int erroDeUso(const QString& mensagem);    // prints the message and the hint to --help; returns uso

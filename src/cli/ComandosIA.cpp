@@ -1,7 +1,6 @@
 #include "ai/IntentDetectionService.h"
 #include "app/Arquivos.h"
 #include "cli/Comandos.h"
-#include "vocabulary/TextoUnicode.h"
 #include "vocabulary/VocabularyAuditService.h"
 
 namespace sonvo::cli {
@@ -34,11 +33,9 @@ QCoro::Task<int> comandoIntencao(Contexto& ctx)
     if (!pos.isEmpty()) {
         texto = pos.join(u' ');
     } else {
-        const auto lido = TextoUnicode::decodificarUtf8(ctx.lerEntrada());
-        if (!lido) {
-            escreverErro(QStringLiteral("A entrada padrão não é texto UTF-8 válido"));
+        const auto lido = textoDaEntrada(ctx);
+        if (!lido)
             co_return falha;
-        }
         texto = *lido;
         // The line end that `echo` adds is not part of what was said.
         if (texto.endsWith(u'\n'))

@@ -1,7 +1,6 @@
 #include "ai/AIService.h"
 #include "app/Arquivos.h"
 #include "cli/Comandos.h"
-#include "vocabulary/TextoUnicode.h"
 
 namespace sonvo::cli {
 
@@ -29,11 +28,9 @@ QCoro::Task<int> comandoTransformar(Contexto& ctx)
     if (pos.size() == 2) {
         texto = pos[1];
     } else {
-        const auto lido = TextoUnicode::decodificarUtf8(ctx.lerEntrada());
-        if (!lido) {
-            escreverErro(QStringLiteral("A entrada não é texto UTF-8 válido"));
+        const auto lido = textoDaEntrada(ctx);
+        if (!lido)
             co_return falha;
-        }
         texto = *lido;
     }
 

@@ -138,11 +138,9 @@ QCoro::Task<int> comandoCorrigir(Contexto& ctx)
     if (!pos.isEmpty()) {
         texto = pos.join(u' ');
     } else {
-        const auto lido = TextoUnicode::decodificarUtf8(ctx.lerEntrada());
-        if (!lido) {
-            escreverErro(QStringLiteral("A entrada padrão não é texto UTF-8 válido"));
+        const auto lido = textoDaEntrada(ctx);
+        if (!lido)
             co_return falha;
-        }
         texto = *lido;
     }
     const VocabularyService vocab(Caminhos::pastaDados(), ctx.config);
