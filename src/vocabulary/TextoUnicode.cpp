@@ -379,14 +379,22 @@ QString dobrar(QStringView s)
 }
 
 struct LimitesGrafema::Icu {
-    std::vector<bool> limite; // one entry per index 0..size
+    std::unique_ptr<icu::BreakIterator> bi;
+    UText* ut = nullptr;
+    int consultas = 0;
+    std::vector<bool> limite; // every boundary, once asking one by one stopped paying off
 };
 
 LimitesGrafema::LimitesGrafema(QStringView texto) : m_texto(texto) {}
 
 LimitesGrafema::~LimitesGrafema()
 {
-    delete m_icu;
+    if (m_icu) {
+        m_icu->bi.reset();
+        if (m_icu->ut)
+            utext_close(m_icu->ut);
+        delete m_icu;
+    }
 }
 
 bool LimitesGrafema::ehLimite(qsizetype i)
@@ -400,13 +408,30 @@ bool LimitesGrafema::ehLimite(qsizetype i)
         return !(a == u'\r' && b == u'\n');
     if (!m_icu) {
         m_icu = new Icu;
-        m_icu->limite.assign(size_t(m_texto.size()) + 1, false);
-        porLimites(m_texto, [&](qsizetype p) {
-            m_icu->limite[size_t(p)] = true;
-            return false;
-        });
+        if (icu::BreakIterator* proto = iteradorDaThread())
+            m_icu->bi.reset(proto->clone());
+        if (m_icu->bi) {
+            UErrorCode e = U_ZERO_ERROR;
+            m_icu->ut = utext_openUChars(nullptr, comoUChar(m_texto), m_texto.size(), &e);
+            if (U_SUCCESS(e))
+                m_icu->bi->setText(m_icu->ut, e);
+            if (U_FAILURE(e))
+                m_icu->bi.reset();
+        }
     }
-    return m_icu->limite[size_t(i)];
+    if (!m_icu->bi) // no ICU data: never split a surrogate pair, accept the rest
+        return !(QChar::isHighSurrogate(a) && QChar::isLowSurrogate(b));
+    // A single question costs little, but inside a long cluster each one rescans it: past a
+    // few dozen questions, one pass over the whole text marks every boundary instead.
+    constexpr int kConsultasAvulsas = 32;
+    if (m_icu->limite.empty() && ++m_icu->consultas > kConsultasAvulsas) {
+        m_icu->limite.assign(size_t(m_texto.size()) + 1, false);
+        for (int32_t p = m_icu->bi->first(); p != icu::BreakIterator::DONE; p = m_icu->bi->next())
+            m_icu->limite[size_t(p)] = true;
+    }
+    if (!m_icu->limite.empty())
+        return m_icu->limite[size_t(i)];
+    return m_icu->bi->isBoundary(static_cast<int32_t>(i));
 }
 
 } // namespace sonvo::TextoUnicode

@@ -52,8 +52,8 @@ void acrescentarDobrado(QStringView s, qsizetype base, QString& dobrado, std::ve
 QString dobrar(QStringView s);
 
 // Grapheme boundaries of one text, answered without ICU where the neighbours make it obvious;
-// the first question that needs ICU has it mark every boundary of the text in one pass, so
-// answers stay linear in total even inside very long clusters.
+// after a few dozen questions for ICU every boundary is marked in one pass, so the answers stay
+// linear in total even inside very long clusters.
 class LimitesGrafema {
 public:
     explicit LimitesGrafema(QStringView texto);
