@@ -63,8 +63,10 @@ std::optional<QString> Argumentos::opcaoDesconhecida() const
     return std::nullopt;
 }
 
-std::optional<QString> textoDaEntrada(Contexto& ctx)
+std::optional<QString> textoDosArgumentos(Contexto& ctx, const QStringList& palavras)
 {
+    if (!palavras.isEmpty())
+        return palavras.join(u' ');
     auto lido = TextoUnicode::decodificarUtf8(ctx.lerEntrada());
     if (!lido)
         escreverErro(QStringLiteral("A entrada padrão não é texto UTF-8 válido"));

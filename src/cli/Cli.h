@@ -39,8 +39,9 @@ struct Contexto {
     std::function<QByteArray()> lerEntrada;
 };
 
-// Standard input as text; on bytes that are not UTF-8 it says so on standard error and gives nothing.
-std::optional<QString> textoDaEntrada(Contexto& ctx);
+// The text a command works on: its words joined by blanks, or, with none, standard input. Input
+// that is not UTF-8 is reported on standard error and gives nothing.
+std::optional<QString> textoDosArgumentos(Contexto& ctx, const QStringList& palavras);
 
 void escreverSaida(const QString& texto);  // standard output, as is
 void escreverErro(const QString& linha);   // one line on standard error

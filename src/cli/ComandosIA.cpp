@@ -29,18 +29,13 @@ QCoro::Task<int> comandoIntencao(Contexto& ctx)
     if (const auto op = ctx.args.opcaoDesconhecida())
         co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
     const QStringList pos = posicionais(ctx);
-    QString texto;
-    if (!pos.isEmpty()) {
-        texto = pos.join(u' ');
-    } else {
-        const auto lido = textoDaEntrada(ctx);
-        if (!lido)
-            co_return falha;
-        texto = *lido;
-        // The line end that `echo` adds is not part of what was said.
-        if (texto.endsWith(u'\n'))
-            texto.chop(texto.endsWith(QStringLiteral("\r\n")) ? 2 : 1);
-    }
+    auto lido = textoDosArgumentos(ctx, pos);
+    if (!lido)
+        co_return falha;
+    QString texto = *lido;
+    // The line end that `echo` adds is not part of what was said.
+    if (pos.isEmpty() && texto.endsWith(u'\n'))
+        texto.chop(texto.endsWith(QStringLiteral("\r\n")) ? 2 : 1);
     IntentDetectionService intencao(ctx.config, ctx.rede, Caminhos::pastaDados());
     const IntentResult r = co_await intencao.detectar(texto);
     escreverSaida(Intencao::descrever(r) + u'\n');

@@ -24,15 +24,10 @@ QCoro::Task<int> comandoTransformar(Contexto& ctx)
         co_return erroDeUso(QStringLiteral("Ação desconhecida: %1 (use %2)").arg(pos[0], validas.join(QStringLiteral(", "))));
     }
 
-    QString texto;
-    if (pos.size() == 2) {
-        texto = pos[1];
-    } else {
-        const auto lido = textoDaEntrada(ctx);
-        if (!lido)
-            co_return falha;
-        texto = *lido;
-    }
+    const auto lido = textoDosArgumentos(ctx, pos.mid(1));
+    if (!lido)
+        co_return falha;
+    const QString texto = *lido;
 
     auto provedor = AIService::currentProvider(ctx.config, ctx.rede, Caminhos::pastaDados());
     if (semStreaming || texto.trimmed().isEmpty()) {

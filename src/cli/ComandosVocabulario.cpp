@@ -134,15 +134,10 @@ QCoro::Task<int> comandoCorrigir(Contexto& ctx)
     if (erroUso)
         co_return *erroUso;
     const QStringList pos = posicionaisSemSeparador(ctx);
-    QString texto;
-    if (!pos.isEmpty()) {
-        texto = pos.join(u' ');
-    } else {
-        const auto lido = textoDaEntrada(ctx);
-        if (!lido)
-            co_return falha;
-        texto = *lido;
-    }
+    const auto lido = textoDosArgumentos(ctx, pos);
+    if (!lido)
+        co_return falha;
+    const QString texto = *lido;
     const VocabularyService vocab(Caminhos::pastaDados(), ctx.config);
     QString corrigido = vocab.aplicarCorrecoes(texto, app);
     // One line end, unless the text brought its own.
