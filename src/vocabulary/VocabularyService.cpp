@@ -48,6 +48,7 @@ constexpr char kModelo[] =
     "\n"
     "<!-- Palavras que NUNCA devem ser corrigidas, mesmo que apareçam em \"Correções automáticas\". -->";
 
+constexpr qsizetype kLimiteDica = 1000;
 const QString kCabecalhoCorrecoes = QStringLiteral("## Correções automáticas");
 const QString kTagTier3 = QStringLiteral("Vocab/Tier3");
 
@@ -106,6 +107,45 @@ bool ehTrimavelToken(QChar c)
     }
 }
 
+enum class Secao { nenhuma, correcoes, prioritarios, whitelist };
+
+// Walks the document's item lines ("- " after trimming) with the section each one is in;
+// stops early when `item` returns false. Everything else only moves between sections.
+template <typename Item>
+void percorrerItens(QStringView corpo, Item&& item)
+{
+    if (corpo.startsWith(QChar(0xFEFF)))
+        corpo = corpo.mid(1); // a byte-order mark is not part of the first line
+    Secao secao = Secao::nenhuma;
+    // Line feeds only: a carriage return stays in its line.
+    for (qsizetype inicio = 0; inicio <= corpo.size();) {
+        qsizetype fim = corpo.indexOf(u'\n', inicio);
+        if (fim < 0)
+            fim = corpo.size();
+        const QStringView linha = TextoUnicode::aparar(corpo.mid(inicio, fim - inicio));
+        inicio = fim + 1;
+        if (linha.isEmpty() || linha.startsWith(u"<!--"))
+            continue;
+        if (linha.startsWith(u"## ")) {
+            QString cabecalho = linha.toString();
+            cabecalho.remove(QStringLiteral("## "));
+            cabecalho = TextoUnicode::minusculas(cabecalho);
+            // Substring tests in this order: a heading naming corrections wins over "whitelist".
+            if (cabecalho.contains(u"corre"))
+                secao = Secao::correcoes;
+            else if (cabecalho.contains(u"priorit"))
+                secao = Secao::prioritarios;
+            else if (cabecalho.contains(u"whitelist") || cabecalho.contains(u"excluir"))
+                secao = Secao::whitelist;
+            else
+                secao = Secao::nenhuma;
+            continue;
+        }
+        if (linha.startsWith(u"- ") && !item(secao, TextoUnicode::aparar(linha.mid(2))))
+            return;
+    }
+}
+
 } // namespace
 
 const VocabularioSnapshot& VocabularioSnapshot::vazio()
@@ -151,35 +191,8 @@ void VocabularyService::bootstrapSeNecessario() const
 
 VocabularioSnapshot VocabularyService::parseMarkdown(const QString& texto)
 {
-    enum class Secao { nenhuma, correcoes, prioritarios, whitelist };
     VocabularioSnapshot s;
-    QStringView corpo(texto);
-    if (corpo.startsWith(QChar(0xFEFF)))
-        corpo = corpo.mid(1); // a byte-order mark is not part of the first line
-    Secao secao = Secao::nenhuma;
-    // Line feeds only: a carriage return stays in its line.
-    for (const QStringView bruta : corpo.split(u'\n')) {
-        const QStringView linha = TextoUnicode::aparar(bruta);
-        if (linha.isEmpty() || linha.startsWith(u"<!--"))
-            continue;
-        if (linha.startsWith(u"## ")) {
-            QString cabecalho = linha.toString();
-            cabecalho.remove(QStringLiteral("## "));
-            cabecalho = TextoUnicode::minusculas(cabecalho);
-            // Substring tests in this order: a heading naming corrections wins over "whitelist".
-            if (cabecalho.contains(u"corre"))
-                secao = Secao::correcoes;
-            else if (cabecalho.contains(u"priorit"))
-                secao = Secao::prioritarios;
-            else if (cabecalho.contains(u"whitelist") || cabecalho.contains(u"excluir"))
-                secao = Secao::whitelist;
-            else
-                secao = Secao::nenhuma;
-            continue;
-        }
-        if (!linha.startsWith(u"- "))
-            continue;
-        const QStringView item = TextoUnicode::aparar(linha.mid(2));
+    percorrerItens(texto, [&](Secao secao, QStringView item) {
         switch (secao) {
         case Secao::correcoes: {
             const qsizetype seta = item.indexOf(u"->");
@@ -202,7 +215,8 @@ VocabularioSnapshot VocabularyService::parseMarkdown(const QString& texto)
         case Secao::nenhuma:
             break;
         }
-    }
+        return true;
+    });
     return s;
 }
 
@@ -320,13 +334,34 @@ QString VocabularyService::aplicarCorrecoes(const QString& texto, const std::opt
 
 std::optional<QString> VocabularyService::priorityTermsAsPrompt(const std::optional<QString>& contextoApp) const
 {
-    QStringList termos = carregaGlobal().prioritarios;
-    if (contextoApp)
+    // The hint is the first 1000 characters of the joined terms: joining (and reading the
+    // document) stops once it is certainly that long.
+    QString dica;
+    bool algum = false;
+    auto acrescentar = [&](QStringView termo) {
+        if (algum)
+            dica += QStringLiteral(", ");
+        dica += termo;
+        algum = true;
+        return !(dica.size() > kLimiteDica && TextoUnicode::contarGrafemas(dica) > kLimiteDica);
+    };
+    bootstrapSeNecessario();
+    bool continuar = true;
+    if (const auto texto = lerTextoGlobal()) {
+        percorrerItens(texto.valor(), [&](Secao secao, QStringView item) {
+            if (secao == Secao::prioritarios && !item.isEmpty())
+                continuar = acrescentar(item);
+            return continuar;
+        });
+    }
+    if (continuar && contextoApp)
         if (const auto porApp = carregaPerApp(*contextoApp))
-            termos += porApp->prioritarios;
-    if (termos.isEmpty())
+            for (const QString& t : porApp->prioritarios)
+                if (!acrescentar(t))
+                    break;
+    if (!algum)
         return std::nullopt;
-    return TextoUnicode::prefixoGrafemas(termos.join(QStringLiteral(", ")), 1000);
+    return TextoUnicode::prefixoGrafemas(dica, kLimiteDica);
 }
 
 // ---------------------------------------------------------------------------------------------
