@@ -1,9 +1,10 @@
 // The fast correction engine against the plain algorithm. The input is a text, then pairs
 // "heard\x1freplacement", separated by \x1e; the first pair's heard phrase is also whitelisted
-// when the input starts with '!'. Replacements are cut at 64 units: longer ones only make
-// every run spend its time copying megabytes (the growth limit has its own unit test).
+// when the input starts with '!'. The growth limit is brought down to a few thousand units, so
+// runs exercise it instead of copying megabytes.
 #include "vocab_referencia.h"
-#include "vocabulary/VocabularyService.h"
+#include "vocabulary/TextoEmCorrecao.h"
+#include "vocabulary/TextoUnicode.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,12 +19,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* dados, size_t tamanho)
     QMap<QString, QString> correcoes;
     for (const QString& p : partes.mid(0, 16)) {
         const qsizetype sep = p.indexOf(QChar(0x1f));
-        correcoes.insert(sep < 0 ? p : p.left(sep), sep < 0 ? QString() : p.mid(sep + 1, 64));
+        correcoes.insert(sep < 0 ? p : p.left(sep), sep < 0 ? QString() : p.mid(sep + 1));
     }
     QSet<QString> whitelist;
     if (texto.startsWith(u'!') && !correcoes.isEmpty())
         whitelist.insert(correcoes.firstKey());
-    if (VocabularyService::aplicar(correcoes, whitelist, texto) != teste::aplicarReferencia(correcoes, whitelist, texto))
+    const qsizetype limite = 2 * texto.size() + 4096;
+
+    // What VocabularyService::aplicar does, with the smaller limit.
+    QSet<QString> protegidas;
+    for (const QString& w : whitelist)
+        protegidas.insert(TextoUnicode::dobrar(w));
+    TextoEmCorrecao rapido(texto, limite);
+    for (auto it = correcoes.begin(); it != correcoes.end(); ++it) {
+        const QString padrao = TextoUnicode::dobrar(it.key());
+        if (!padrao.isEmpty() && !protegidas.contains(padrao))
+            rapido.substituir(padrao, it.value());
+    }
+    if (rapido.texto() != teste::aplicarReferencia(correcoes, whitelist, texto, limite))
         __builtin_trap();
     return 0;
 }

@@ -55,7 +55,8 @@ qsizetype TextoEmCorrecao::limiteDeTamanho(qsizetype tamanhoInicial)
     return std::max(4 * tamanhoInicial, tamanhoInicial + (qsizetype(1) << 20));
 }
 
-TextoEmCorrecao::TextoEmCorrecao(const QString& texto) : m_limite(limiteDeTamanho(texto.size()))
+TextoEmCorrecao::TextoEmCorrecao(const QString& texto, qsizetype limite)
+    : m_limite(limite < 0 ? limiteDeTamanho(texto.size()) : limite)
 {
     m_mem = &memoriaDaThread();
     if (m_mem->emUso) {

@@ -16,7 +16,8 @@ namespace sonvo {
 // folding and searching the whole text again for every correction.
 class TextoEmCorrecao {
 public:
-    explicit TextoEmCorrecao(const QString& texto);
+    // `limite`: the size past which a correction is not applied; by default limiteDeTamanho().
+    explicit TextoEmCorrecao(const QString& texto, qsizetype limite = -1);
     ~TextoEmCorrecao();
     TextoEmCorrecao(const TextoEmCorrecao&) = delete;
     TextoEmCorrecao& operator=(const TextoEmCorrecao&) = delete;

@@ -50,7 +50,6 @@ constexpr char kModelo[] =
 
 constexpr qsizetype kLimiteDica = 1000;
 const QString kCabecalhoCorrecoes = QStringLiteral("## Correções automáticas");
-const QString kTagTier3 = QStringLiteral("Vocab/Tier3");
 
 // A vocabulary file reached through a symbolic link (a notes vault, a synced folder) is
 // updated where it really lives; replacing the link would leave the user's file behind.

@@ -14,9 +14,12 @@ namespace sonvo::teste {
 
 // The plain correction algorithm, kept as the reference the fast one is compared with: fold the
 // whole text again for every pair, search it, rebuild the text from the accepted matches.
-inline QString aplicarReferencia(const QMap<QString, QString>& correcoes, const QSet<QString>& whitelist, QString texto)
+// `limite`: the size past which a correction is skipped (by default the engine's own).
+inline QString aplicarReferencia(const QMap<QString, QString>& correcoes, const QSet<QString>& whitelist, QString texto,
+                                 qsizetype limite = -1)
 {
-    const qsizetype limite = std::max(4 * texto.size(), texto.size() + (qsizetype(1) << 20));
+    if (limite < 0)
+        limite = std::max(4 * texto.size(), texto.size() + (qsizetype(1) << 20));
     QSet<QString> protegidas;
     for (const QString& w : whitelist)
         protegidas.insert(TextoUnicode::dobrar(w));
