@@ -100,13 +100,15 @@ void SpeechManager::startRecording()
 
     const QPointer<SpeechManager> self(this);
     const int canais = m_canais;
-    const auto erro = m_deps.audio.iniciar([this, self, wav, canais](const float* dados, unsigned long quadros) {
+    const quint64 gravacao = ++m_gravacao;
+    const auto erro = m_deps.audio.iniciar([this, self, wav, canais, gravacao](const float* dados, unsigned long quadros) {
         // Audio thread: the file is ours until parar() returns; a failed write is not worth a word.
         sf_writef_float(wav, dados, static_cast<sf_count_t>(quadros));
         const float nivel = nivelDoBuffer(dados, quadros, canais);
         QMetaObject::invokeMethod(
-            this, [self, nivel] {
-                if (self)
+            this, [self, nivel, gravacao] {
+                // A level posted just before the stop arrives after it: the level stays 0 then.
+                if (self && self->m_gravacao == gravacao && self->m_estado.caso == RecordingState::Caso::recording)
                     self->definirNivel(nivel);
             },
             Qt::QueuedConnection);

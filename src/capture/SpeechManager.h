@@ -91,6 +91,7 @@ private:
     std::optional<QString> m_arquivoAtual;
     SNDFILE* m_wav = nullptr; // written on the audio thread while recording
     int m_canais = 0;
+    quint64 m_gravacao = 0; // which recording a posted level belongs to
 };
 
 } // namespace sonvo
