@@ -6,7 +6,7 @@ set -euo pipefail
 pacotes=(
   build-essential cmake ninja-build pkg-config
   qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libicu-dev
-  libx11-dev libxtst-dev libxi-dev libxcb1-dev
+  libx11-dev libxtst-dev libxi-dev libxcb1-dev libxcb-xinput-dev qt6-svg-dev
   portaudio19-dev libasound2-plugins libpulse-dev libsndfile1-dev libcanberra-dev
   libcanberra-pulse sound-theme-freedesktop
 )

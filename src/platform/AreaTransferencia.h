@@ -5,6 +5,8 @@
 #include <QString>
 #include <QCoroTask>
 
+#include "platform/Janelas.h"
+
 #include <chrono>
 #include <optional>
 
@@ -38,6 +40,9 @@ public:
     // Resolves when another application has fetched the text last written, or after `limite`.
     // True when it was fetched.
     virtual QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) = 0;
+    // The text selected in the application in front (PRIMARY on X11), only when that application
+    // is the one holding the selection; nothing otherwise, or when it does not answer in time.
+    virtual std::optional<QString> textoSelecionado(const AppJanela& frente) = 0;
 };
 
 } // namespace sonvo

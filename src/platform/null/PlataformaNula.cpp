@@ -52,10 +52,33 @@ QCoro::Task<bool> JanelasNulas::ativar(AppJanela, std::chrono::milliseconds)
     co_return false;
 }
 
+namespace {
+const QString kSemServidor = QStringLiteral("não há servidor de notificações");
+}
+
+QCoro::Task<bool> NotificacoesNulas::solicitarAutorizacao(QString* erro)
+{
+    if (erro)
+        *erro = kSemServidor;
+    co_return false;
+}
+
+QCoro::Task<bool> NotificacoesNulas::autorizado()
+{
+    co_return false;
+}
+
+QCoro::Task<std::optional<QString>> NotificacoesNulas::adicionar(PedidoNotificacao)
+{
+    co_return kSemServidor;
+}
+
 Plataforma criarPlataformaNula()
 {
-    return Plataforma{std::make_unique<EntradaAudioNula>(), std::make_unique<AreaTransferenciaNula>(),
-                      std::make_unique<TeclasNulas>(), std::make_unique<JanelasNulas>(), std::make_unique<SomNulo>()};
+    return Plataforma{std::make_unique<EntradaAudioNula>(),    std::make_unique<AreaTransferenciaNula>(),
+                      std::make_unique<TeclasNulas>(),         std::make_unique<JanelasNulas>(),
+                      std::make_unique<SomNulo>(),             std::make_unique<AtalhosNulos>(),
+                      std::make_unique<NotificacoesNulas>()};
 }
 
 } // namespace sonvo

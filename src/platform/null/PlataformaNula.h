@@ -18,6 +18,7 @@ public:
     void escreverTexto(const QString& texto, bool transitorio) override;
     void restaurar(const ClipboardSnapshot& s) override;
     QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
+    std::optional<QString> textoSelecionado(const AppJanela&) override { return std::nullopt; }
 
 private:
     ClipboardSnapshot m_conteudo;
@@ -40,6 +41,24 @@ public:
 class SomNulo : public SomEvento {
 public:
     void tocarConclusao() override {}
+};
+
+class AtalhosNulos : public AtalhosGlobais {
+public:
+    static constexpr int kSemSuporte = -1;
+    int instalarTratador() override { return kSemSuporte; }
+    int registrar(const AtalhoGlobal&) override { return kSemSuporte; }
+    void removerRegistros() override {}
+    bool instalarMonitor(const QList<AtalhoGlobal>&) override { return false; }
+    void removerMonitor() override {}
+};
+
+class NotificacoesNulas : public NotificacoesUsuario {
+public:
+    QCoro::Task<bool> solicitarAutorizacao(QString* erro) override;
+    QCoro::Task<bool> autorizado() override;
+    void registrarCategorias(const QList<CategoriaNotificacao>&) override {}
+    QCoro::Task<std::optional<QString>> adicionar(PedidoNotificacao) override;
 };
 
 } // namespace sonvo

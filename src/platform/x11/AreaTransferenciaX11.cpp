@@ -182,11 +182,12 @@ std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoRemoto()
 }
 
 std::optional<AreaTransferenciaX11::Transferencia> AreaTransferenciaX11::transferir(xcb_atom_t alvo,
-                                                                                    Relogio::time_point fim)
+                                                                                    Relogio::time_point fim,
+                                                                                    const char* nomeSelecao)
 {
     xcb_connection_t* c = m_x->conexao();
     const xcb_window_t janela = m_x->janelaAuxiliar();
-    const xcb_atom_t selecao = m_x->atomo("CLIPBOARD");
+    const xcb_atom_t selecao = m_x->atomo(nomeSelecao);
     const xcb_atom_t propriedade = m_x->atomo("SONVO_SELECAO");
     const xcb_atom_t incr = m_x->atomo("INCR");
     if (alvo == XCB_NONE || Relogio::now() >= fim)
@@ -314,6 +315,49 @@ QCoro::Task<bool> AreaTransferenciaX11::aguardarLeitura(std::chrono::millisecond
         co_await qCoro(this, &AreaTransferenciaX11::textoLido, resto);
     }
     co_return true;
+}
+
+} // namespace sonvo::x11
+
+namespace sonvo::x11 {
+
+std::optional<QString> AreaTransferenciaX11::textoSelecionado(const AppJanela& frente)
+{
+    xcb_connection_t* c = m_x->conexao();
+    xcb_window_t dono = XCB_NONE;
+    if (auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, XCB_ATOM_PRIMARY), nullptr)) {
+        dono = r->owner;
+        std::free(r);
+    }
+    if (dono == XCB_NONE || frente.janela == 0)
+        return std::nullopt;
+    // The owner is usually a hidden window of the application, not the one in front. Both were
+    // created by the same client when their resource ids share the client's base; a process with
+    // several connections is recognised by the owner's _NET_WM_PID.
+    const uint32_t mascara = xcb_get_setup(c)->resource_id_mask;
+    bool doDaFrente = (dono & ~mascara) == (static_cast<uint32_t>(frente.janela) & ~mascara);
+    if (!doDaFrente && frente.pid > 0) {
+        const auto p = m_x->propriedade(dono, m_x->atomo("_NET_WM_PID"));
+        if (p && p->formato == 32 && p->dados.size() >= 4) {
+            uint32_t pid = 0;
+            std::memcpy(&pid, p->dados.constData(), sizeof pid);
+            doDaFrente = static_cast<qint64>(pid) == frente.pid;
+        }
+    }
+    if (!doDaFrente)
+        return std::nullopt;
+
+    // A selection is read at a key press: a short bound, the user is waiting.
+    const auto fim = Relogio::now() + std::chrono::milliseconds(300);
+    auto t = transferir(m_x->atomo("UTF8_STRING"), fim, "PRIMARY");
+    if (!t) {
+        t = transferir(XCB_ATOM_STRING, fim, "PRIMARY");
+        if (t)
+            t->dados = QString::fromLatin1(t->dados).toUtf8();
+    }
+    if (!t || t->dados.isEmpty())
+        return std::nullopt;
+    return QString::fromUtf8(t->dados);
 }
 
 } // namespace sonvo::x11

@@ -30,6 +30,7 @@ public:
     void escreverTexto(const QString& texto, bool transitorio) override;
     void restaurar(const ClipboardSnapshot& s) override;
     QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
+    std::optional<QString> textoSelecionado(const AppJanela& frente) override;
 
     // Whether a format belongs in a snapshot: protocol targets, targets with side effects, X
     // resource handles, Qt's internal image format and the markers are left out.
@@ -44,7 +45,8 @@ private:
         uint8_t formato = 0;
         QByteArray dados;
     };
-    std::optional<Transferencia> transferir(xcb_atom_t alvo, ConexaoX11::Relogio::time_point fim);
+    std::optional<Transferencia> transferir(xcb_atom_t alvo, ConexaoX11::Relogio::time_point fim,
+                                          const char* selecao = "CLIPBOARD");
     std::optional<ClipboardSnapshot> instantaneoLocal();
     std::optional<ClipboardSnapshot> instantaneoRemoto();
     void definir(QList<ClipboardSnapshot::Item> itens, bool contaLeituras);

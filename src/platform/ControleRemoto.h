@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QCoroTask>
+
+#include <memory>
+#include <optional>
+
+namespace sonvo {
+
+// How other processes reach the running Sonvo: `sonvo alternar` (bound to a shortcut in the
+// desktop's own settings where global key grabs do not exist, as on Wayland) and a second start,
+// which tells the first one instead of running twice.
+class ControleRemoto : public QObject {
+    Q_OBJECT
+public:
+    using QObject::QObject;
+    // Makes this process the one others reach. The reason in Portuguese when it cannot.
+    virtual std::optional<QString> publicar() = 0;
+
+Q_SIGNALS:
+    void alternarPedido(bool menu); // as Super+Shift+R (menu) or Super+Shift+T
+    void outraInstanciaIniciada();
+};
+
+// The client side. Each returns the user's message when the running Sonvo could not be reached.
+struct ClienteRemoto {
+    static QCoro::Task<std::optional<QString>> alternar(bool menu);
+    static QCoro::Task<std::optional<QString>> avisarOutraInstancia();
+};
+
+std::unique_ptr<ControleRemoto> criarControleRemoto();
+
+} // namespace sonvo
