@@ -20,6 +20,19 @@ struct RecordingState {
 
     bool ehErro() const { return caso == Caso::error; }
     bool operator==(const RecordingState&) const = default;
+
+    // As logs print it: idle, recording, ..., error("message").
+    QString descricao() const
+    {
+        switch (caso) {
+        case Caso::idle: return QStringLiteral("idle");
+        case Caso::recording: return QStringLiteral("recording");
+        case Caso::transcribing: return QStringLiteral("transcribing");
+        case Caso::completed: return QStringLiteral("completed");
+        case Caso::error: return QStringLiteral("error(\"") + mensagem + QStringLiteral("\")");
+        }
+        return {};
+    }
 };
 
 } // namespace sonvo

@@ -64,6 +64,7 @@ public:
         m_d(QStringLiteral("aguardarLeitura %1").arg(limite.count()));
         co_return lido;
     }
+    std::optional<QString> textoSelecionado(const AppJanela&) override { return std::nullopt; }
 
 private:
     Diario& m_d;
