@@ -100,6 +100,10 @@ QString textoAjuda()
         "\n"
         "Uso:\n"
         "  sonvo                                 inicia o Sonvo na bandeja do sistema\n"
+        "  sonvo alternar [--menu]               inicia ou termina um ditado no Sonvo aberto, como\n"
+        "                                        Super+Shift+T (--menu: como Super+Shift+R); associe-o\n"
+        "                                        a um atalho onde não há atalhos globais (Wayland)\n"
+        "  sonvo autoinicio [ligar|desligar]     abre (ou não) o Sonvo ao entrar na sessão\n"
         "  sonvo ditar [--app ID] [--menu]       grava o microfone até Enter ou Ctrl-C e imprime o texto\n"
         "  sonvo transcrever ARQUIVO [--app ID]  transcreve um arquivo WAV e imprime o texto corrigido\n"
         "  sonvo corrigir [--app ID] [TEXTO]     aplica o vocabulário ao TEXTO (ou à entrada padrão)\n"
@@ -151,6 +155,8 @@ const Entrada kComandos[] = {
     {"intencao", comandoIntencao},
     {"auditar", comandoAuditar},
     {"sugestoes", comandoSugestoes},
+    {"alternar", comandoAlternar},
+    {"autoinicio", comandoAutoinicio},
 };
 
 QByteArray lerStdinInteiro()

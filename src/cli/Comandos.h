@@ -15,5 +15,7 @@ QCoro::Task<int> comandoDitar(Contexto& ctx);
 QCoro::Task<int> comandoIntencao(Contexto& ctx);
 QCoro::Task<int> comandoAuditar(Contexto& ctx);
 QCoro::Task<int> comandoSugestoes(Contexto& ctx);
+QCoro::Task<int> comandoAlternar(Contexto& ctx);
+QCoro::Task<int> comandoAutoinicio(Contexto& ctx);
 
 } // namespace sonvo::cli

@@ -1,21 +1,30 @@
 #include "app/desktop/AplicativoBandeja.h"
 
+#include "app/AppDelegate.h"
 #include "app/Arquivos.h"
 #include "app/Configuracoes.h"
+#include "app/Inicializacao.h"
 #include "app/Log.h"
 #include "app/RecordingViewModel.h"
 #include "capture/InsertBuffer.h"
 #include "capture/InsertionService.h"
 #include "capture/SpeechManager.h"
 #include "capture/TranscriptionHistory.h"
+#include "platform/ControleRemoto.h"
 #include "platform/Plataforma.h"
+#include "ui/IconeBandeja.h"
+#include "vocabulary/VocabularyAuditService.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QApplication>
-#include <QIcon>
+#include <QDesktopServices>
+#include <QDir>
+#include <QLockFile>
 #include <QMenu>
 #include <QNetworkAccessManager>
 #include <QSystemTrayIcon>
+#include <QTimer>
+#include <QUrl>
 
 #include <cstdio>
 #include <unistd.h>
@@ -23,24 +32,38 @@
 namespace sonvo::desktop {
 
 namespace {
-QString tituloGravar(const QStringList& registrados)
+
+QString caminhoDaTrava()
 {
-    const QStringList rotulos = registrados.isEmpty() ? QStringList{QStringLiteral("Super+Shift+R"), QStringLiteral("Super+Shift+T")}
-                                                      : registrados;
-    return QStringLiteral("Gravar  ") + rotulos.join(QStringLiteral(" / "));
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!runtime.isEmpty() && QDir(runtime).exists())
+        return runtime + QStringLiteral("/sonvo.lock");
+    return QDir::tempPath() + QStringLiteral("/sonvo-") + QString::number(::getuid()) + QStringLiteral(".lock");
 }
 
-QString dicaDoEstado(const RecordingState& e)
+// A second start tells the first (which shows that it is already there) and leaves.
+int avisarPrimeiraInstancia(QApplication& app, qint64 pid)
 {
-    switch (e.caso) {
-    case RecordingState::Caso::idle: return QStringLiteral("Sonvo");
-    case RecordingState::Caso::recording: return QStringLiteral("Sonvo: gravando");
-    case RecordingState::Caso::transcribing: return QStringLiteral("Sonvo: transcrevendo");
-    case RecordingState::Caso::completed: return QStringLiteral("Sonvo: pronto");
-    case RecordingState::Caso::error: return QStringLiteral("Sonvo: ") + e.mensagem;
-    }
-    return {};
+    int codigo = 0;
+    auto tarefa = [&]() -> QCoro::Task<> {
+        const auto erro = co_await ClienteRemoto::avisarOutraInstancia();
+        const QString quem = pid > 0 ? QStringLiteral(" (pid %1)").arg(pid) : QString();
+        std::fprintf(stderr, "%s\n",
+                     QStringLiteral("O Sonvo já está aberto%1: o ícone fica na bandeja do sistema.\n"
+                                    "Para ditar, use Super+Shift+T (ou Super+Shift+R para o menu de ações), "
+                                    "ou o comando: sonvo alternar")
+                         .arg(quem)
+                         .toLocal8Bit()
+                         .constData());
+        if (erro)
+            std::fprintf(stderr, "%s\n", erro->toLocal8Bit().constData());
+        QCoreApplication::exit(codigo);
+    };
+    QTimer::singleShot(0, &app, [&] { tarefa(); });
+    app.exec();
+    return codigo;
 }
+
 } // namespace
 
 int executarAplicativo(int argc, char** argv)
@@ -53,18 +76,37 @@ int executarAplicativo(int argc, char** argv)
     }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Sonvo"));
+    QApplication::setDesktopFileName(QStringLiteral("sonvo"));
     QApplication::setQuitOnLastWindowClosed(false);
+
+    // One Sonvo per user: two would fight over the hotkeys and the clipboard.
+    QLockFile trava(caminhoDaTrava());
+    trava.setStaleLockTime(0); // a lock left by a crash is recognised by its dead process
+    if (!trava.tryLock(0)) {
+        qint64 pid = 0;
+        QString host, nome;
+        trava.getLockInfo(&pid, &host, &nome);
+        return avisarPrimeiraInstancia(app, pid);
+    }
 
     Log::redirecionarStderr(Log::caminhoArquivo());
     Log::linhaBruta(Log::formatar(QStringLiteral("=== Sonvo BOOT pid=%d exe=%@ ==="),
                                   {static_cast<int>(::getpid()), QCoreApplication::applicationFilePath().isEmpty()
                                                                      ? QStringLiteral("?")
                                                                      : QCoreApplication::applicationFilePath()}));
-    // X11 has no accessibility permission to ask for.
+    Log::capturarMensagensDoQt();
+    // X11 has no accessibility permission to ask for (nor an input-monitoring one).
     Log::tag("Boot", QStringLiteral("AXTrusted=%d"), {1});
 
     Configuracoes config(Caminhos::arquivoConfig());
     config.registrarPadroes(Configuracoes::padroesDoApp());
+
+    // The application icon; a missing asset leaves the default one.
+    if (const QIcon icone = ui::iconeDoAplicativo(iconeDoApp(config.texto(QStringLiteral("iconVariant"))));
+        !icone.isNull())
+        QApplication::setWindowIcon(icone);
+
+    migrarDadosVozelSeNecessario(Caminhos::pastaDados(), Caminhos::pastaAntiga());
 
     const QString pasta = Caminhos::pastaDados();
     Plataforma plataforma = criarPlataformaDesktop();
@@ -77,26 +119,64 @@ int executarAplicativo(int argc, char** argv)
     SpeechManager speech(SpeechManager::Dependencias{config, rede, pasta, *plataforma.audio, insercao, *plataforma.som,
                                                      vocabulario, historico, QString(), nullptr});
     RecordingViewModel viewModel(speech);
+    AppDelegate delegate(AppDelegate::Dependencias{config, viewModel, *plataforma.janelas, *plataforma.clipboard,
+                                                   *plataforma.atalhos, *plataforma.notificacoes, vocabulario,
+                                                   QCoreApplication::applicationPid()});
 
-    QSystemTrayIcon bandeja(QIcon::fromTheme(QStringLiteral("audio-input-microphone")));
-    bandeja.setToolTip(dicaDoEstado(viewModel.state()));
+    // The tray icon and its menu.
+    QSystemTrayIcon bandeja;
+    auto mostrarEstado = [&bandeja](const RecordingState& e) {
+        const AparenciaBandeja a = aparenciaDoEstado(e);
+        bandeja.setIcon(ui::iconeDoSimbolo(a.simbolo, a.tinta));
+        bandeja.setToolTip(a.descricao);
+    };
+    mostrarEstado(viewModel.state());
     QMenu menu;
-    // Until the global shortcuts are in place, the menu entry is how a dictation starts and ends.
-    menu.addAction(tituloGravar({}), &speech, [&speech, &plataforma] {
-        if (speech.recordingState().caso != RecordingState::Caso::recording) {
-            // The application in front when the dictation starts picks the per-application vocabulary.
-            const auto frente = plataforma.janelas->daFrente();
-            speech.contextoBundleID = frente && frente->pid != QCoreApplication::applicationPid() ? frente->id : std::nullopt;
-            speech.pularInsercao = false;
-        }
-        speech.alternar();
+    QAction* gravar = menu.addAction(delegate.recordMenuTitle(), &delegate, &AppDelegate::startStopRecording);
+    QAction* preferencias = menu.addAction(QStringLiteral("Preferências…"), &menu, [pasta] {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(pasta));
     });
+    preferencias->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
     menu.addSeparator();
-    menu.addAction(QStringLiteral("Sair"), &app, &QCoreApplication::quit);
+    QAction* sair = menu.addAction(QStringLiteral("Sair"), &app, &QCoreApplication::quit);
+    sair->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     bandeja.setContextMenu(&menu);
-    QObject::connect(&viewModel, &RecordingViewModel::stateChanged, &bandeja,
-                     [&bandeja](const RecordingState& e) { bandeja.setToolTip(dicaDoEstado(e)); });
+    QObject::connect(&delegate, &AppDelegate::recordMenuTitleChanged, gravar, &QAction::setText);
     bandeja.show();
+
+    QObject::connect(&viewModel, &RecordingViewModel::stateChanged, &bandeja, mostrarEstado);
+
+    // First run, then the hotkeys: X11 asks no permission, so the first run only records that it
+    // happened. Where there are no X11 key grabs the user is told how to bind `sonvo alternar`.
+    QTimer::singleShot(0, &delegate, [&] {
+        if (!config.booleano(QStringLiteral("hasOnboarded")))
+            config.definir(QStringLiteral("hasOnboarded"), true);
+        delegate.setupGlobalHotkey();
+        if (delegate.registeredHotKeyLabels().isEmpty() && !delegate.monitorDeTeclado())
+            bandeja.showMessage(QStringLiteral("Atalhos globais indisponíveis"),
+                                QStringLiteral("Esta sessão não permite atalhos globais. Nas configurações de teclado "
+                                               "do seu ambiente, associe um atalho ao comando: sonvo alternar"),
+                                QSystemTrayIcon::Warning, 15000);
+    });
+
+    delegate.configurarNotificacoes();
+
+    // `sonvo alternar` and a second start reach this process over the session bus.
+    std::unique_ptr<ControleRemoto> controle = criarControleRemoto();
+    if (const auto erro = controle->publicar())
+        Log::tag("Boot", QStringLiteral("controle remoto indisponível: %@"), {*erro});
+    QObject::connect(controle.get(), &ControleRemoto::alternarPedido, &delegate, &AppDelegate::handleHotKeyTrigger);
+    QObject::connect(controle.get(), &ControleRemoto::outraInstanciaIniciada, &bandeja, [&bandeja] {
+        bandeja.showMessage(QStringLiteral("O Sonvo já está aberto"),
+                            QStringLiteral("Use Super+Shift+T para ditar, ou Super+Shift+R para o menu de ações."),
+                            QSystemTrayIcon::Information, 6000);
+    });
+
+    // The daily vocabulary audit, in the background: start-up never waits for it.
+    VocabularyAuditService auditoria(config, rede, pasta);
+    QTimer::singleShot(0, &app, [&auditoria] { auditoria.executarAutomatico(); });
+
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, [&] { delegate.liberarAtalhos(); });
     return app.exec();
 }
 
