@@ -6,7 +6,7 @@
 #include "ai/KeychainService.h"
 #include "app/Arquivos.h"
 #include "app/Configuracoes.h"
-#include "platform/Plataforma.h"
+#include "platform/x11/JanelasX11.h"
 #include "support/Ambiente.h"
 #include "support/ServidorTeste.h"
 #include "vocabulary/VocabularyService.h"
@@ -89,9 +89,10 @@ TEST_F(Bandeja, SuperShiftTDitaNoOutroAplicativoSemQueEleVejaOAtalho)
     Auxiliar alvo(QStringLiteral(SONVO_ALVO_TEXTO), {QStringLiteral("--saida"), arquivo(QStringLiteral("alvo"))});
     ASSERT_TRUE(alvo.pronto());
     iniciarSonvo();
-    Plataforma p = criarPlataformaDesktop();
+    // Window facts only: the microphone is Sonvo's, not this process's.
+    x11::JanelasX11 janelas(x11::ConexaoX11::abrir());
     ASSERT_TRUE(esperarAte([&] {
-        const auto f = p.janelas->daFrente();
+        const auto f = janelas.daFrente();
         return f && f->pid == alvo.pid();
     }));
 
