@@ -4,7 +4,6 @@
 #include "support/Ambiente.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
@@ -15,31 +14,6 @@ using namespace sonvo::teste;
 
 namespace {
 
-// Runs sonvo while this process's event loop turns (it may be the one answering on the bus).
-ResultadoProcesso rodarGirando(const AmbienteTemporario& amb, const QStringList& args, int prazoMs = 15000)
-{
-    QProcess p;
-    p.setProcessEnvironment(amb.ambiente());
-    p.start(QStringLiteral(SONVO_BIN), args);
-    p.closeWriteChannel();
-    QElapsedTimer t;
-    t.start();
-    while (p.state() != QProcess::NotRunning && t.elapsed() < prazoMs) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        p.waitForFinished(10);
-    }
-    ResultadoProcesso r;
-    r.terminou = p.state() == QProcess::NotRunning;
-    if (!r.terminou) {
-        p.kill();
-        p.waitForFinished(2000);
-    }
-    r.codigo = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    r.saida = p.readAllStandardOutput();
-    r.erro = p.readAllStandardError();
-    return r;
-}
-
 QString utf8(const QByteArray& b) { return QString::fromUtf8(b); }
 
 } // namespace
@@ -48,7 +22,7 @@ TEST(Alternar, SemDBusDeSessaoDizQueNaoHaComoFalarComOSonvo)
 {
     AmbienteTemporario amb;
     amb.definir(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=") + amb.raiz() + QStringLiteral("/nada"));
-    const auto r = rodarGirando(amb, {QStringLiteral("alternar")});
+    const auto r = rodarSonvo(amb, {QStringLiteral("alternar")});
     EXPECT_EQ(r.codigo, 1);
     EXPECT_EQ(utf8(r.erro), QStringLiteral("Não há D-Bus de sessão: não é possível falar com o Sonvo aberto.\n"));
     EXPECT_TRUE(r.saida.isEmpty());
@@ -57,8 +31,8 @@ TEST(Alternar, SemDBusDeSessaoDizQueNaoHaComoFalarComOSonvo)
 TEST(Alternar, ArgumentosAMaisSaoErroDeUso)
 {
     AmbienteTemporario amb;
-    EXPECT_EQ(rodarGirando(amb, {QStringLiteral("alternar"), QStringLiteral("agora")}).codigo, 2);
-    EXPECT_EQ(rodarGirando(amb, {QStringLiteral("alternar"), QStringLiteral("--menus")}).codigo, 2);
+    EXPECT_EQ(rodarSonvo(amb, {QStringLiteral("alternar"), QStringLiteral("agora")}).codigo, 2);
+    EXPECT_EQ(rodarSonvo(amb, {QStringLiteral("alternar"), QStringLiteral("--menus")}).codigo, 2);
 }
 
 TEST(Alternar, ChegaAoSonvoAbertoPeloBarramentoDaSessao)
@@ -75,7 +49,7 @@ TEST(Alternar, ChegaAoSonvoAbertoPeloBarramentoDaSessao)
     // This process's own session bus is the test's one: set before the first use.
     amb.definir(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), endereco);
 
-    auto semSonvo = rodarGirando(amb, {QStringLiteral("alternar"), QStringLiteral("--menu")});
+    auto semSonvo = rodarSonvo(amb, {QStringLiteral("alternar"), QStringLiteral("--menu")});
     EXPECT_EQ(semSonvo.codigo, 1);
     EXPECT_EQ(utf8(semSonvo.erro),
               QStringLiteral("O Sonvo não está aberto. Inicie-o com o comando sonvo (ou pelo menu de aplicativos).\n"));
@@ -88,9 +62,9 @@ TEST(Alternar, ChegaAoSonvoAbertoPeloBarramentoDaSessao)
         EXPECT_TRUE(outro.publicar().has_value());
         QList<bool> pedidos;
         QObject::connect(&sonvo, &ControleRemoto::alternarPedido, [&](bool menu) { pedidos << menu; });
-        const auto menu = rodarGirando(amb, {QStringLiteral("alternar"), QStringLiteral("--menu")});
+        const auto menu = rodarSonvo(amb, {QStringLiteral("alternar"), QStringLiteral("--menu")});
         EXPECT_EQ(menu.codigo, 0) << menu.erro.constData();
-        const auto direto = rodarGirando(amb, {QStringLiteral("alternar")});
+        const auto direto = rodarSonvo(amb, {QStringLiteral("alternar")});
         EXPECT_EQ(direto.codigo, 0) << direto.erro.constData();
         QCoreApplication::processEvents();
         EXPECT_EQ(pedidos, (QList<bool>{true, false}));
@@ -103,8 +77,8 @@ TEST(Autoinicio, LigaEDesligaPelaEntradaDoUsuario)
 {
     AmbienteTemporario amb;
     const QString entrada = amb.raiz() + QStringLiteral("/config/autostart/sonvo.desktop");
-    EXPECT_EQ(rodarGirando(amb, {QStringLiteral("autoinicio")}).saida, "desligado\n");
-    ASSERT_EQ(rodarGirando(amb, {QStringLiteral("autoinicio"), QStringLiteral("ligar")}).codigo, 0);
+    EXPECT_EQ(rodarSonvo(amb, {QStringLiteral("autoinicio")}).saida, "desligado\n");
+    ASSERT_EQ(rodarSonvo(amb, {QStringLiteral("autoinicio"), QStringLiteral("ligar")}).codigo, 0);
     QFile f(entrada);
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
     const QByteArray conteudo = f.readAll();
@@ -112,10 +86,10 @@ TEST(Autoinicio, LigaEDesligaPelaEntradaDoUsuario)
     EXPECT_TRUE(conteudo.startsWith("[Desktop Entry]\n"));
     EXPECT_TRUE(conteudo.contains("Hidden=false\n"));
     EXPECT_TRUE(conteudo.contains(QByteArray("Exec=\"") + QByteArray(SONVO_BIN) + "\"\n")) << conteudo.constData();
-    EXPECT_EQ(rodarGirando(amb, {QStringLiteral("autoinicio")}).saida, "ligado\n");
-    ASSERT_EQ(rodarGirando(amb, {QStringLiteral("autoinicio"), QStringLiteral("desligar")}).codigo, 0);
+    EXPECT_EQ(rodarSonvo(amb, {QStringLiteral("autoinicio")}).saida, "ligado\n");
+    ASSERT_EQ(rodarSonvo(amb, {QStringLiteral("autoinicio"), QStringLiteral("desligar")}).codigo, 0);
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
     EXPECT_TRUE(f.readAll().contains("Hidden=true\n"));
-    EXPECT_EQ(rodarGirando(amb, {QStringLiteral("autoinicio")}).saida, "desligado\n");
-    EXPECT_EQ(rodarGirando(amb, {QStringLiteral("autoinicio"), QStringLiteral("talvez")}).codigo, 2);
+    EXPECT_EQ(rodarSonvo(amb, {QStringLiteral("autoinicio")}).saida, "desligado\n");
+    EXPECT_EQ(rodarSonvo(amb, {QStringLiteral("autoinicio"), QStringLiteral("talvez")}).codigo, 2);
 }

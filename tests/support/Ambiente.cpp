@@ -2,6 +2,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QProcess>
 
 #include <optional>
@@ -66,7 +68,15 @@ ResultadoProcesso rodarSonvo(const AmbienteTemporario& amb, const QStringList& a
         return r;
     p.write(entrada);
     p.closeWriteChannel();
-    r.terminou = p.waitForFinished(prazoMs);
+    // The event loop keeps turning: the process may be talking to this one (the test's server on
+    // the session bus, or the clipboard it owns).
+    QElapsedTimer t;
+    t.start();
+    while (p.state() != QProcess::NotRunning && t.elapsed() < prazoMs) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        p.waitForFinished(10);
+    }
+    r.terminou = p.state() == QProcess::NotRunning;
     if (!r.terminou) {
         p.kill();
         p.waitForFinished(2000);

@@ -317,10 +317,6 @@ QCoro::Task<bool> AreaTransferenciaX11::aguardarLeitura(std::chrono::millisecond
     co_return true;
 }
 
-} // namespace sonvo::x11
-
-namespace sonvo::x11 {
-
 std::optional<QString> AreaTransferenciaX11::textoSelecionado(const AppJanela& frente)
 {
     xcb_connection_t* c = m_x->conexao();
