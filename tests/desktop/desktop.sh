@@ -37,7 +37,15 @@ up() {
   esperar "o openbox" sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q window' || return 1
 
   if command -v dunst >/dev/null; then
-    printf '[global]\n mouse_left_click = do_action, close_current\n' >"$D/dunstrc"
+    # dunst's context menu ("dunstctl context") asks this chooser, as it would ask dmenu: it answers
+    # the line that contains the text the test wrote to $XDG_RUNTIME_DIR/dunst-escolha.
+    cat >"$D/escolher.sh" <<'EOS'
+#!/bin/sh
+escolha=$(cat "$XDG_RUNTIME_DIR/dunst-escolha" 2>/dev/null)
+grep -F -- "$escolha" | head -n 1
+EOS
+    chmod +x "$D/escolher.sh"
+    printf '[global]\n mouse_left_click = do_action, close_current\n dmenu = %s\n' "$D/escolher.sh" >"$D/dunstrc"
     fundo dunst -config "$D/dunstrc"
     esperar "o dunst" dunstctl is-paused || return 1
   fi
