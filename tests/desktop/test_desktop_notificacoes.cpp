@@ -6,12 +6,12 @@
 #include "app/Configuracoes.h"
 #include "app/Log.h"
 #include "app/RecordingViewModel.h"
-#include "capture/Insercao.h"
 #include "capture/SpeechManager.h"
 #include "capture/TranscriptionHistory.h"
 #include "platform/dbus/NotificacoesDBus.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
+#include "support/Falsos.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QFile>
@@ -24,12 +24,6 @@ using namespace sonvo::teste;
 using namespace sonvo::teste::desktop;
 
 namespace {
-
-class SemInsercao : public Insercao {
-public:
-    QCoro::Task<> inserir(QString) override { co_return; }
-    QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QString&) override { return {}; }
-};
 
 void escolherNoDunst(const QString& texto)
 {

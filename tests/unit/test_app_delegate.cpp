@@ -7,11 +7,11 @@
 #include "app/Inicializacao.h"
 #include "app/Log.h"
 #include "app/RecordingViewModel.h"
-#include "capture/Insercao.h"
 #include "capture/SpeechManager.h"
 #include "capture/TranscriptionHistory.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
+#include "support/Falsos.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
 #include "vocabulary/VocabularyNotifications.h"
@@ -32,12 +32,6 @@ using namespace sonvo::teste;
 using namespace std::chrono_literals;
 
 namespace {
-
-class SemInsercao : public Insercao {
-public:
-    QCoro::Task<> inserir(QString) override { co_return; }
-    QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QString&) override { return {}; }
-};
 
 class AtalhosFalsos : public AtalhosGlobais {
 public:

@@ -2,11 +2,11 @@
 #include "app/Log.h"
 #include "app/OperationMode.h"
 #include "app/RecordingViewModel.h"
-#include "capture/Insercao.h"
 #include "capture/SpeechManager.h"
 #include "capture/TranscriptionHistory.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
+#include "support/Falsos.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QElapsedTimer>
@@ -19,12 +19,6 @@ using namespace sonvo::teste;
 using Caso = RecordingState::Caso;
 
 namespace {
-class SemInsercao : public Insercao {
-public:
-    QCoro::Task<> inserir(QString) override { co_return; }
-    QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QString&) override { return {}; }
-};
-
 // Drives a real speech manager through its states without a microphone or a network: a stop
 // without a recording fails, a file that does not exist and no key ends unavailable.
 struct ViewModel : ::testing::Test {
