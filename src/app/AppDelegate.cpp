@@ -2,6 +2,7 @@
 
 #include "app/Configuracoes.h"
 #include "app/Log.h"
+#include "ai/AIService.h"
 #include "app/RecordingViewModel.h"
 #include "capture/SpeechManager.h"
 #include "platform/AreaTransferencia.h"

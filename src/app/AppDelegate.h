@@ -1,29 +1,39 @@
 #pragma once
 
+#include "ai/QuickAction.h"
+#include "app/RecordingState.h"
 #include "platform/Atalhos.h"
+#include "platform/Janelas.h"
 #include "platform/Notificacoes.h"
 
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <QCoroTask>
+#include <QTimer>
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace sonvo {
 
+class AIProvider;
 class AreaTransferencia;
 class Configuracoes;
-class Janelas;
+class FluxoIA;
+class Insercao;
+class IntentDetectionService;
+class PaineisFlutuantes;
 class RecordingViewModel;
 class VocabularyService;
 
 // The shell's logic that needs no display: the global hotkeys and what a press does, the menu
-// entry's toggle and title, and the vocabulary suggestions turned into user notifications. The
-// tray, the panels and the start-up order live with the desktop; everything here is driven
-// through the platform interfaces, so tests run it with fakes.
+// entry's toggle and title, the vocabulary suggestions turned into user notifications, and what
+// happens to a finished dictation (pills, intent modal, action menu, the AI task, insertion).
+// The tray, the panels' drawing and the start-up order live with the desktop; everything here is
+// driven through interfaces, so tests run it with fakes.
 class AppDelegate : public QObject {
     Q_OBJECT
 public:
@@ -38,6 +48,11 @@ public:
         VocabularyService& vocabulario;
         qint64 pidProprio = 0;
         Relogio relogio = std::chrono::steady_clock::now;
+        // What a finished dictation needs; without panels nothing is routed.
+        Insercao* insercao = nullptr;
+        IntentDetectionService* intencao = nullptr;
+        std::function<std::unique_ptr<AIProvider>()> provedorIA;
+        PaineisFlutuantes* paineis = nullptr;
     };
 
     explicit AppDelegate(Dependencias deps, QObject* parent = nullptr);
@@ -68,6 +83,37 @@ public:
     static QList<CategoriaNotificacao> categoriasDeNotificacao();
     static QString identificadorNotificacao(const char* prefixo, const QString& ouvido, const QString& escrever);
 
+    // After a dictation: the pills follow the state; a deferred dictation goes to the intent
+    // modal or the action menu.
+    void observeRecordingState();
+    void observarEstado(const RecordingState& estado);
+    void scheduleProcessingDismiss(double segundos);
+    void handlePostTranscription(const QString& texto);
+    void showActionMenu(const QString& transcription);
+    void dismissActionMenu(bool inserting);
+    void executarAcaoIA(QuickAction acao);
+    void executarAcaoIAComStreaming(QuickAction acao, const QString& textoOriginal);
+    QCoro::Task<> executarAcaoIAUnico(QuickAction acao, QString textoOriginal);
+    void exibirErroIA(const QString& descricao);
+    void installActionMenuEscMonitor() { m_escMenu = true; }
+    void removeActionMenuEscMonitor() { m_escMenu = false; }
+    void actionMenuMouseExited();
+    void actionMenuMouseEntered();
+    void showIntentConfirmModal(QuickAction acao, const QString& texto);
+    void confirmarIntencao(QuickAction acao);
+    void verOpcoesIntencao();
+    void liberarPaineis(); // termination
+
+    // "✨ Aplicando Resumir…": the single request's placeholder in the preview.
+    static QString placeholderAplicando(QuickAction acao);
+    static constexpr std::chrono::milliseconds kEsperaResultado{200};
+    static constexpr std::chrono::milliseconds kHoverDismiss{150};
+    static constexpr std::chrono::milliseconds kEsperaAtivacao{120};
+
+    bool tarefaIAAtiva() const { return m_fluxo != nullptr || m_unicoRodando; }
+    const std::optional<AppJanela>& actionMenuTargetApp() const { return m_alvoMenu; }
+    const std::optional<AppJanela>& intentConfirmTargetApp() const { return m_alvoIntencao; }
+
     const QStringList& registeredHotKeyLabels() const { return m_rotulos; }
     bool lastHotkeyWasActionMenu() const { return m_ultimoFoiMenu; }
     const std::optional<QString>& lastRecordingBundleID() const { return m_ultimoBundle; }
@@ -78,7 +124,27 @@ Q_SIGNALS:
     void recordMenuTitleChanged(const QString& titulo);
 
 private:
+    void encerrarTarefaIA();
+    void aposResultado();
+    QCoro::Task<> detectarEEncaminhar(QString texto);
+    QCoro::Task<> inserirNoAlvo(QString texto, std::optional<AppJanela> alvo);
+
     Dependencias m_d;
+    RecordingState m_estadoAnterior;
+    QTimer m_processingDismiss;
+    QTimer m_hoverDismiss;
+    QTimer m_esperaResultado;
+    bool m_escMenu = false;
+    bool m_escIntencao = false;
+    std::optional<AppJanela> m_alvoMenu;
+    std::optional<AppJanela> m_alvoIntencao;
+    // The single AI task: a stream, or one request whose answer is dropped once the generation
+    // changes.
+    std::unique_ptr<AIProvider> m_provedor;
+    std::unique_ptr<FluxoIA> m_fluxo;
+    bool m_unicoRodando = false;
+    QString m_originalUnico;
+    quint64 m_geracaoIA = 0;
     bool m_tratador = false;
     bool m_monitor = false;
     QStringList m_rotulos;

@@ -1,6 +1,9 @@
 #include "support/Utilitarios.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QThread>
 #include <QtEndian>
 
 #include <cmath>
@@ -50,6 +53,24 @@ int modoDe(const QString& caminho)
     if (::stat(QFile::encodeName(caminho).constData(), &st) != 0)
         return -1;
     return static_cast<int>(st.st_mode & 0777);
+}
+
+bool girarAte(const std::function<bool()>& cond, int prazoMs)
+{
+    QElapsedTimer t;
+    t.start();
+    while (!cond()) {
+        if (t.elapsed() > prazoMs)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        QThread::msleep(2);
+    }
+    return true;
+}
+
+void girarPor(int ms)
+{
+    girarAte([] { return false; }, ms);
 }
 
 } // namespace sonvo::teste

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <QByteArray>
 #include <QCoroTask>
 #include <QString>
@@ -13,6 +15,10 @@ QByteArray wavSintetico(int taxa, int canais, double segundos);
 bool gravarArquivo(const QString& caminho, const QByteArray& dados);
 QByteArray lerArquivo(const QString& caminho);
 int modoDe(const QString& caminho); // st_mode & 0777, -1 when missing
+
+// Spins the event loop until the condition holds or the time runs out (tests only).
+bool girarAte(const std::function<bool()>& cond, int prazoMs = 5000);
+void girarPor(int ms);
 
 // Runs a coroutine to completion from a test (tests may spin an event loop; the application may not).
 template <typename T>

@@ -122,7 +122,7 @@ struct Shell : ::testing::Test {
     NotificacoesFalsas notificacoes;
     std::chrono::steady_clock::time_point agora{std::chrono::seconds(1000)};
     AppDelegate delegate{AppDelegate::Dependencias{config, vm, janelas, clipboard, atalhos, notificacoes, vocab, kPidSonvo,
-                                                   [this] { return agora; }}};
+                                                   [this] { return agora; }, nullptr, nullptr, {}, nullptr}};
 
     void SetUp() override
     {
