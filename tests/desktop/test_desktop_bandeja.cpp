@@ -32,6 +32,9 @@ protected:
                 amb.definir(QString::fromLatin1(v), qEnvironmentVariable(v));
         amb.definir(QStringLiteral("SONVO_OPENAI_BASE_URL"), servidor.url().toString());
         ASSERT_FALSE(KeychainService(pasta).salvarChave(AIProviderID::openai, QStringLiteral("sk-desktop")).has_value());
+        // Past the first run: the welcome window would take the focus from the target.
+        config.definir(QStringLiteral("hasOnboarded"), true);
+        ASSERT_TRUE(config.sincronizar());
         VocabularyService vocab(pasta, config);
         vocab.bootstrapSeNecessario();
         ASSERT_FALSE(vocab.importarCorrecaoAprovada(QStringLiteral("vs code"), QStringLiteral("VS Code")).has_value());

@@ -1,5 +1,7 @@
 #include "app/desktop/AplicativoBandeja.h"
 
+#include "ai/AIService.h"
+#include "ai/IntentDetectionService.h"
 #include "app/AppDelegate.h"
 #include "app/Arquivos.h"
 #include "app/Configuracoes.h"
@@ -13,6 +15,9 @@
 #include "platform/ControleRemoto.h"
 #include "platform/Plataforma.h"
 #include "ui/IconeBandeja.h"
+#include "ui/Onboarding.h"
+#include "ui/PaineisDesktop.h"
+#include "ui/Preferencias.h"
 #include "vocabulary/VocabularyAuditService.h"
 #include "vocabulary/VocabularyService.h"
 
@@ -22,6 +27,7 @@
 #include <QLockFile>
 #include <QMenu>
 #include <QNetworkAccessManager>
+#include <QPointer>
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <QUrl>
@@ -102,9 +108,12 @@ int executarAplicativo(int argc, char** argv)
     config.registrarPadroes(Configuracoes::padroesDoApp());
 
     // The application icon; a missing asset leaves the default one.
-    if (const QIcon icone = ui::iconeDoAplicativo(iconeDoApp(config.texto(QStringLiteral("iconVariant"))));
-        !icone.isNull())
-        QApplication::setWindowIcon(icone);
+    auto aplicarIconeApp = [&config] {
+        if (const QIcon icone = ui::iconeDoAplicativo(iconeDoApp(config.texto(QStringLiteral("iconVariant"))));
+            !icone.isNull())
+            QApplication::setWindowIcon(icone);
+    };
+    aplicarIconeApp();
 
     migrarDadosVozelSeNecessario(Caminhos::pastaDados(), Caminhos::pastaAntiga());
 
@@ -119,9 +128,13 @@ int executarAplicativo(int argc, char** argv)
     SpeechManager speech(SpeechManager::Dependencias{config, rede, pasta, *plataforma.audio, insercao, *plataforma.som,
                                                      vocabulario, historico, QString(), nullptr});
     RecordingViewModel viewModel(speech);
-    AppDelegate delegate(AppDelegate::Dependencias{config, viewModel, *plataforma.janelas, *plataforma.clipboard,
-                                                   *plataforma.atalhos, *plataforma.notificacoes, vocabulario,
-                                                   QCoreApplication::applicationPid()});
+    IntentDetectionService intencao(config, rede, pasta);
+    VocabularyAuditService auditoria(config, rede, pasta);
+    ui::PaineisDesktop paineis(viewModel);
+    AppDelegate delegate(AppDelegate::Dependencias{
+        config, viewModel, *plataforma.janelas, *plataforma.clipboard, *plataforma.atalhos, *plataforma.notificacoes,
+        vocabulario, QCoreApplication::applicationPid(), std::chrono::steady_clock::now, &insercao, &intencao,
+        [&config, &rede, pasta] { return AIService::currentProvider(config, rede, pasta); }, &paineis});
 
     // The tray icon and its menu.
     QSystemTrayIcon bandeja;
@@ -133,9 +146,22 @@ int executarAplicativo(int argc, char** argv)
     mostrarEstado(viewModel.state());
     QMenu menu;
     QAction* gravar = menu.addAction(delegate.recordMenuTitle(), &delegate, &AppDelegate::startStopRecording);
-    QAction* preferencias = menu.addAction(QStringLiteral("Preferências…"), &menu, [pasta] {
-        QDesktopServices::openUrl(QUrl::fromLocalFile(pasta));
-    });
+    QPointer<ui::Preferencias> janelaPreferencias;
+    auto openPreferences = [&] {
+        if (!janelaPreferencias) {
+            janelaPreferencias = new ui::Preferencias(ui::Preferencias::Dependencias{
+                config, vocabulario, auditoria, pasta, Log::caminhoArquivo(),
+                [](const QString& caminho) { QDesktopServices::openUrl(QUrl::fromLocalFile(caminho)); },
+                aplicarIconeApp});
+            janelaPreferencias->setAttribute(Qt::WA_DeleteOnClose);
+        } else {
+            janelaPreferencias->recarregar();
+        }
+        janelaPreferencias->show();
+        janelaPreferencias->raise();
+        janelaPreferencias->activateWindow();
+    };
+    QAction* preferencias = menu.addAction(QStringLiteral("Preferências…"), &menu, openPreferences);
     preferencias->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
     menu.addSeparator();
     QAction* sair = menu.addAction(QStringLiteral("Sair"), &app, &QCoreApplication::quit);
@@ -145,18 +171,28 @@ int executarAplicativo(int argc, char** argv)
     bandeja.show();
 
     QObject::connect(&viewModel, &RecordingViewModel::stateChanged, &bandeja, mostrarEstado);
+    delegate.observeRecordingState();
 
-    // First run, then the hotkeys: X11 asks no permission, so the first run only records that it
-    // happened. Where there are no X11 key grabs the user is told how to bind `sonvo alternar`.
+    // First run, then the hotkeys: X11 asks no permission, so the first run is a welcome that
+    // says how to dictate. Where there are no X11 key grabs the user is told how to bind
+    // `sonvo alternar`.
+    QPointer<ui::Onboarding> boasVindas;
     QTimer::singleShot(0, &delegate, [&] {
-        if (!config.booleano(QStringLiteral("hasOnboarded")))
+        const bool primeiraVez = !config.booleano(QStringLiteral("hasOnboarded"));
+        if (primeiraVez) {
             config.definir(QStringLiteral("hasOnboarded"), true);
+            config.sincronizar();
+        }
         delegate.setupGlobalHotkey();
-        if (delegate.registeredHotKeyLabels().isEmpty() && !delegate.monitorDeTeclado())
-            bandeja.showMessage(QStringLiteral("Atalhos globais indisponíveis"),
-                                QStringLiteral("Esta sessão não permite atalhos globais. Nas configurações de teclado "
-                                               "do seu ambiente, associe um atalho ao comando: sonvo alternar"),
-                                QSystemTrayIcon::Warning, 15000);
+        const bool semTeclas = delegate.registeredHotKeyLabels().isEmpty() && !delegate.monitorDeTeclado();
+        if (semTeclas)
+            paineis.mostrarAviso(QStringLiteral("Atalhos globais indisponíveis"),
+                                 QStringLiteral("Associe um atalho do seu ambiente ao comando: sonvo alternar"));
+        if (primeiraVez) {
+            boasVindas = new ui::Onboarding(!semTeclas, openPreferences);
+            boasVindas->setAttribute(Qt::WA_DeleteOnClose);
+            boasVindas->show();
+        }
     });
 
     delegate.configurarNotificacoes();
@@ -173,10 +209,14 @@ int executarAplicativo(int argc, char** argv)
     });
 
     // The daily vocabulary audit, in the background: start-up never waits for it.
-    VocabularyAuditService auditoria(config, rede, pasta);
     QTimer::singleShot(0, &app, [&auditoria] { auditoria.executarAutomatico(); });
 
-    QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, [&] { delegate.liberarAtalhos(); });
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, [&] {
+        delegate.liberarAtalhos();
+        delegate.liberarPaineis();
+        delete janelaPreferencias;
+        delete boasVindas;
+    });
     return app.exec();
 }
 

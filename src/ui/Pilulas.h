@@ -1,0 +1,105 @@
+#pragma once
+
+#include "app/RecordingState.h"
+#include "ui/WaveBars.h"
+
+#include <QEasingCurve>
+#include <QElapsedTimer>
+#include <QRect>
+#include <QTimer>
+#include <QWidget>
+
+namespace sonvo::ui {
+
+// Where the pills sit: centred on the primary screen's available area, resting 80 px above its
+// bottom, and hidden 20 px below it (the slide starts and ends there). Qt's y grows downwards.
+namespace GeometriaPilula {
+inline constexpr QSize kGravacao{136, 42};
+inline constexpr QSize kProcessamento{110, 32};
+inline constexpr int kAcimaDaBase = 80;
+inline constexpr int kAbaixoDaBase = 20;
+QRect repouso(const QRect& disponivel, QSize tamanho);
+QRect escondida(const QRect& disponivel, QSize tamanho);
+// Core Animation's ease-out and ease-in: cubic Béziers (0, 0, 0.58, 1) and (0.42, 0, 1, 1).
+QEasingCurve easeOut();
+QEasingCurve easeIn();
+inline constexpr int kMostrarGravacaoMs = 350;
+inline constexpr int kMostrarProcessamentoMs = 300;
+inline constexpr int kEsconderMs = 300;
+} // namespace GeometriaPilula
+
+// A small floating window that never takes the focus from the application the user types in.
+class PainelFlutuante : public QWidget {
+    Q_OBJECT
+public:
+    explicit PainelFlutuante(QSize tamanho, QWidget* parent = nullptr);
+
+protected:
+    void pintarCapsula(QPainter& p) const;
+};
+
+// The recording pill: a red dot and the waveform, animated only while it is shown and recording.
+class PilulaGravacao : public PainelFlutuante {
+    Q_OBJECT
+public:
+    explicit PilulaGravacao(QWidget* parent = nullptr);
+    void definirNivel(float nivelSuavizado);
+    void definirAtivo(bool ativo);
+    // Renders one frame at this time (seconds): the tests and the screenshots use it.
+    void congelarEm(double segundos);
+    const WaveBars& barras() const { return m_barras; }
+    bool animando() const { return m_quadro.isActive(); }
+
+protected:
+    void paintEvent(QPaintEvent*) override;
+    void showEvent(QShowEvent*) override;
+    void hideEvent(QHideEvent*) override;
+
+private:
+    void avancar();
+    void atualizarTimer();
+
+    WaveBars m_barras;
+    QList<double> m_alturas;
+    QTimer m_quadro;
+    QElapsedTimer m_relogio;
+    double m_ultimoQuadro = 0.0;
+    std::optional<double> m_congelado;
+};
+
+// The processing pill: "Transcrevendo" with running dots, then a brief "Pronto" or "Erro".
+class PilulaProcessamento : public PainelFlutuante {
+    Q_OBJECT
+public:
+    explicit PilulaProcessamento(QWidget* parent = nullptr);
+    void definirEstado(const RecordingState& estado);
+    QString rotulo() const;
+    bool animando() const { return m_quadro.isActive(); }
+
+protected:
+    void paintEvent(QPaintEvent*) override;
+    void showEvent(QShowEvent*) override;
+    void hideEvent(QHideEvent*) override;
+
+private:
+    RecordingState::Caso m_caso = RecordingState::Caso::transcribing;
+    QTimer m_quadro;
+    int m_passo = 0;
+};
+
+// A notice at the pills' place: what is missing and what to do; a click closes it.
+class PilulaAviso : public PainelFlutuante {
+    Q_OBJECT
+public:
+    PilulaAviso(QString titulo, QString texto, QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent*) override;
+    void mousePressEvent(QMouseEvent*) override;
+
+private:
+    QString m_titulo;
+    QString m_texto;
+};
+
+} // namespace sonvo::ui
