@@ -60,7 +60,7 @@ Onboarding::Onboarding(bool teclasDisponiveis, std::function<void()> abrirPrefer
                                          : QStringLiteral("Esta sessão não permite atalhos globais"),
                        QStringLiteral("Nas configurações de teclado do seu ambiente, crie um atalho para o comando "
                                       "<code>sonvo alternar</code> (ditado direto) e outro para "
-                                      "<code>sonvo alternar --menu</code> (menu de ações)."),
+                                      "<code style=\"white-space: nowrap\">sonvo alternar --menu</code> (menu de ações)."),
                        this));
     v->addSpacing(10);
     auto* botoes = new QHBoxLayout;

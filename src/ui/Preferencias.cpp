@@ -69,7 +69,12 @@ QLabel* ajuda(const QString& texto, QWidget* pai)
 {
     auto* l = new QLabel(texto, pai);
     l->setWordWrap(true);
-    l->setStyleSheet(QStringLiteral("color: palette(mid);"));
+    // Secondary text: the theme's own text colour, softened, so it reads on light and dark themes.
+    QPalette p = l->palette();
+    QColor c = p.color(QPalette::WindowText);
+    c.setAlphaF(0.68f);
+    p.setColor(QPalette::WindowText, c);
+    l->setPalette(p);
     return l;
 }
 
@@ -111,6 +116,7 @@ Preferencias::Preferencias(Dependencias deps, QWidget* parent) : QWidget(parent,
     m_nav = new QListWidget(this);
     m_nav->setFixedWidth(170);
     m_nav->setAccessibleName(QStringLiteral("Seções"));
+    m_nav->setStyleSheet(QStringLiteral("QListWidget::item { padding: 7px 10px; }"));
     const QStringList nomes{QStringLiteral("Chaves"), QStringLiteral("Ações"), QStringLiteral("Vocabulário"),
                             QStringLiteral("Comportamento"), QStringLiteral("Sobre")};
     for (int i = 0; i < nomes.size(); ++i) {
