@@ -57,7 +57,8 @@ TEST(NotificacoesReais, Tier1DepoisDeTresEdicoesAdicionaAoVocabularioPeloMenuDoS
     JanelasNulas janelas;
     AreaTransferenciaNula clipboard;
     NotificacoesDBus notificacoes;
-    AppDelegate delegate(AppDelegate::Dependencias{config, vm, janelas, clipboard, atalhos, notificacoes, vocab, 1});
+    AppDelegate delegate(AppDelegate::Dependencias{config, vm, janelas, clipboard, atalhos, notificacoes, vocab, 1,
+                                                   std::chrono::steady_clock::now, nullptr, nullptr, {}, nullptr});
     delegate.configurarNotificacoes();
     ASSERT_TRUE(esperarAte([&] { return amb.lerLog().contains("notification auth granted=1"); }))
         << amb.lerLog().constData();
