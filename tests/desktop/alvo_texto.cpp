@@ -1,11 +1,13 @@
 // A text widget of another client, the target of the desktop tests' pastes.
 //   sonvo_alvo_texto --saida ARQ [--classe CLASSE] [--terminal] [--fechar-ao-reativar] [--atraso MS]
+//                    [--selecao TEXTO]
 // Writes the widget's whole text to ARQ on every change, and one line per Ctrl+V or
 // Ctrl+Shift+V to ARQ.teclas with the clipboard's formats at that moment. --classe sets the
 // WM_CLASS class; --terminal behaves like a terminal (Ctrl+Shift+V pastes, Ctrl+V types "^V");
 // --fechar-ao-reativar exits as soon as the window is activated again after losing the focus
 // (ARQ.desativado appears when it lost it); --atraso makes it a slow application that fetches the
-// clipboard MS milliseconds after the paste keys.
+// clipboard MS milliseconds after the paste keys; --selecao starts with TEXTO in the widget, all of
+// it selected and offered as the PRIMARY selection, as a user's selection is.
 #include <QApplication>
 #include <QClipboard>
 #include <QFile>
@@ -89,6 +91,7 @@ int main(int argc, char** argv)
 {
     QString classe = QStringLiteral("Sonvo-alvo");
     bool fechar = false;
+    QString selecao;
     for (int i = 1; i < argc; ++i) {
         const QString a = QString::fromLocal8Bit(argv[i]);
         if (a == QLatin1String("--saida") && i + 1 < argc)
@@ -101,6 +104,8 @@ int main(int argc, char** argv)
             fechar = true;
         else if (a == QLatin1String("--atraso") && i + 1 < argc)
             g_atrasoMs = QString::fromLocal8Bit(argv[++i]).toInt();
+        else if (a == QLatin1String("--selecao") && i + 1 < argc)
+            selecao = QString::fromLocal8Bit(argv[++i]);
     }
     if (g_saida.isEmpty())
         return 2;
@@ -111,6 +116,11 @@ int main(int argc, char** argv)
     janela.fecharAoReativar = fechar;
     janela.setWindowTitle(QStringLiteral("Alvo ") + classe);
     janela.resize(420, 160);
+    if (!selecao.isEmpty()) {
+        janela.setPlainText(selecao);
+        janela.selectAll();
+        QGuiApplication::clipboard()->setText(selecao, QClipboard::Selection);
+    }
     QObject::connect(&janela, &QPlainTextEdit::textChanged, [&] {
         QSaveFile f(g_saida);
         if (f.open(QIODevice::WriteOnly)) {

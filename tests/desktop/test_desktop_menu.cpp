@@ -132,3 +132,24 @@ TEST_F(MenuNoDesktop, EscapeDuranteOStreamColaOTextoParcial)
     EXPECT_EQ(contar(QStringLiteral("[AI/Stream] cancelado durante stream — preview parcial=14 chars")), 1) << logInteiro();
     EXPECT_EQ(contar(QStringLiteral("[AI/Stream] OK")), 0);
 }
+
+TEST_F(MenuNoDesktop, TextoSelecionadoNoAlvoVaiComoContextoParaAIA)
+{
+    const QString selecionado = QStringLiteral("Pauta: orçamento de 2027");
+    servidor.enfileirar(Resposta::json(200, R"({"text":"a reunião mudou para sexta"})"));
+    servidor.enfileirar(Resposta::sse(Resposta::eventosOpenAI({QStringLiteral("Reunião de orçamento na sexta.")})));
+    Auxiliar alvo(QStringLiteral(SONVO_ALVO_TEXTO),
+                  {QStringLiteral("--saida"), arquivo(QStringLiteral("alvo")), QStringLiteral("--selecao"), selecionado});
+    ASSERT_TRUE(alvo.pronto());
+    iniciarSonvo();
+    ditarParaOMenu(alvo, QStringLiteral("[ActionMenu] showActionMenu"));
+    // Read from PRIMARY, owned by the application in front, at each of the two presses.
+    EXPECT_EQ(contar(QStringLiteral("Vozel [Phase7/SelectionCtx] capturado 24 chars")), 2) << logInteiro();
+    tecla("ctrl+1");
+    ASSERT_TRUE(esperarAte([&] { return textoDoAlvo() == QStringLiteral("Reunião de orçamento na sexta."); }, 15000))
+        << logInteiro() << textoDoAlvo().toStdString();
+    EXPECT_EQ(contar(QStringLiteral("[AI/Stream] provider=openai action=resumir texto.count=26 ctx=24")), 1);
+    ASSERT_EQ(servidor.requisicoes().size(), 2);
+    EXPECT_TRUE(QString::fromUtf8(servidor.requisicoes()[1].corpo).contains(selecionado))
+        << servidor.requisicoes()[1].corpo.constData();
+}
