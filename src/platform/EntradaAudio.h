@@ -28,6 +28,9 @@ public:
     virtual std::optional<QString> iniciar(Bloco bloco) = 0;
     // Stops; when it returns, no buffer is being delivered and none will be. Safe when stopped.
     virtual void parar() = 0;
+    // Does the slow, one-time part of opening the input (the device probe) now, so the first
+    // recording starts at once instead of clipping the user's first syllable.
+    virtual void preparar() {}
 };
 
 } // namespace sonvo

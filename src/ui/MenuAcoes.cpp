@@ -3,6 +3,7 @@
 #include "app/RecordingViewModel.h"
 #include "ui/Estilo.h"
 
+#include <QApplication>
 #include <QEnterEvent>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -166,7 +167,10 @@ void MenuAcoesPainel::enterEvent(QEnterEvent*)
 
 void MenuAcoesPainel::leaveEvent(QEvent*)
 {
-    // A child's popup (the preview's context menu) takes the pointer without leaving the menu.
+    // A child's popup (the preview's context menu) takes the pointer without leaving the menu, and
+    // going to the error alert's "OK" must not close the menu behind it and paste.
+    if (QApplication::activeModalWidget())
+        return;
     if (m_eventos.ponteiroSaiu && !rect().contains(mapFromGlobal(QCursor::pos())))
         m_eventos.ponteiroSaiu();
 }

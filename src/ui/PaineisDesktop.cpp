@@ -221,7 +221,9 @@ void PaineisDesktop::exibirAlerta(const QString& mensagem, const QString& inform
     caixa->setInformativeText(informativo);
     caixa->setAttribute(Qt::WA_DeleteOnClose);
     caixa->setObjectName(QStringLiteral("alertaIA"));
-    caixa->open();
+    // Application-modal: the menu waits for "OK", the event loop does not.
+    caixa->setWindowModality(Qt::ApplicationModal);
+    caixa->show();
 }
 
 void PaineisDesktop::mostrarAviso(const QString& titulo, const QString& texto, int duracaoMs)

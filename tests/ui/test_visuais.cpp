@@ -2,6 +2,7 @@
 // and the rendered pictures kept in capturas/.
 #include "Capturas.h"
 
+#include "ai/AIProvider.h"
 #include "app/Arquivos.h"
 #include "app/Configuracoes.h"
 #include "app/RecordingViewModel.h"
@@ -12,14 +13,18 @@
 #include "support/Falsos.h"
 #include "ui/MenuAcoes.h"
 #include "ui/Onboarding.h"
+#include "ui/PaineisDesktop.h"
 #include "ui/Pilulas.h"
 #include "ui/WaveBars.h"
 #include "vocabulary/VocabularyService.h"
 
+#include <QGuiApplication>
 #include <QLabel>
+#include <QMessageBox>
 #include <QNetworkAccessManager>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -332,4 +337,57 @@ TEST_F(Vistas, AvisoEBoasVindas)
         if (b->text() == QStringLiteral("Abrir Preferências"))
             b->click();
     EXPECT_EQ(prefs, 1);
+}
+
+TEST_F(Vistas, PilulasDeslizamAteORepousoEVoltamParaBaixo)
+{
+    ui::PaineisDesktop paineis(vm);
+    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+    ui::PilulaGravacao* p = paineis.pilulaGravacao();
+    paineis.showPanelAnimated();
+    EXPECT_TRUE(p->isVisible());
+    EXPECT_EQ(p->pos(), G::escondida(area, G::kGravacao).topLeft()) << "it starts below the visible bottom";
+    QTest::qWait(150);
+    const int meio = p->pos().y();
+    EXPECT_LT(meio, G::escondida(area, G::kGravacao).y());
+    EXPECT_GT(meio, G::repouso(area, G::kGravacao).y());
+    QTest::qWait(350);
+    EXPECT_EQ(p->pos(), G::repouso(area, G::kGravacao).topLeft());
+    EXPECT_DOUBLE_EQ(p->windowOpacity(), 1.0);
+
+    paineis.hidePanelAnimated();
+    QTest::qWait(450);
+    EXPECT_FALSE(p->isVisible());
+    EXPECT_EQ(p->pos(), G::escondida(area, G::kGravacao).topLeft());
+
+    // A show that overlaps a hide wins: the hide's end must not order the pill out.
+    paineis.showProcessingPanelAnimated();
+    QTest::qWait(100);
+    paineis.hideProcessingPanelAnimated();
+    QTest::qWait(100);
+    paineis.showProcessingPanelAnimated();
+    QTest::qWait(500);
+    EXPECT_TRUE(paineis.pilulaProcessamento()->isVisible());
+    EXPECT_EQ(paineis.pilulaProcessamento()->pos(), G::repouso(area, G::kProcessamento).topLeft());
+}
+
+TEST_F(Vistas, AlertaDeErroMostraADescricaoSemBloquear)
+{
+    ui::PaineisDesktop paineis(vm);
+    const QString descricao = AIErro::semChave(AIProviderID::openai).errorDescription();
+    paineis.exibirAlerta(QStringLiteral("Não foi possível transformar o texto"), descricao);
+    // We are here: nothing waited for the user.
+    QMessageBox* caixa = nullptr;
+    for (QWidget* w : QApplication::topLevelWidgets())
+        if (w->objectName() == QStringLiteral("alertaIA") && w->isVisible())
+            caixa = qobject_cast<QMessageBox*>(w);
+    ASSERT_NE(caixa, nullptr);
+    EXPECT_EQ(caixa->text(), QStringLiteral("Não foi possível transformar o texto"));
+    EXPECT_EQ(caixa->informativeText(), descricao);
+    EXPECT_EQ(caixa->standardButtons(), QMessageBox::Ok);
+    EXPECT_EQ(QApplication::activeModalWidget(), caixa);
+    capturar(*caixa, QStringLiteral("alerta-erro-ia"));
+    caixa->button(QMessageBox::Ok)->click();
+    QTest::qWait(10);
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }

@@ -208,6 +208,11 @@ int executarAplicativo(int argc, char** argv)
                             QSystemTrayIcon::Information, 6000);
     });
 
+    // PortAudio probes every device the first time (65 to 155 ms measured here). Done at the first
+    // hotkey press it delays the capture and clips the first syllable; done a moment after start,
+    // nobody is waiting for it.
+    QTimer::singleShot(1500, &app, [&plataforma] { plataforma.audio->preparar(); });
+
     // The daily vocabulary audit, in the background: start-up never waits for it.
     QTimer::singleShot(0, &app, [&auditoria] { auditoria.executarAutomatico(); });
 

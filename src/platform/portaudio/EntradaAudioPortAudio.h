@@ -18,6 +18,7 @@ public:
     Resultado<FormatoAudio, QString> formato() override;
     std::optional<QString> iniciar(Bloco bloco) override;
     void parar() override;
+    void preparar() override { inicializar(); }
 
 private:
     std::optional<QString> inicializar();
