@@ -11,7 +11,7 @@
 #include "platform/dbus/NotificacoesDBus.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
-#include "support/Falsos.h"
+#include "support/PilhaDeDitado.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QFile>
@@ -38,21 +38,11 @@ TEST(NotificacoesReais, Tier1DepoisDeTresEdicoesAdicionaAoVocabularioPeloMenuDoS
 {
     if (rodar(QStringLiteral("dunstctl"), {QStringLiteral("is-paused")}).codigo != 0)
         GTEST_SKIP() << "sem servidor de notificações (dunst)";
-    AmbienteTemporario amb;
+    PilhaDeDitado p;
+    auto& [amb, config, rede, audio, insercao, som, pasta, vocab, historico, sm, vm] = p;
     ASSERT_TRUE(Log::enviarParaArquivo(amb.arquivoLog()));
-    Configuracoes config(amb.arquivoConfig());
     config.registrarPadroes(Configuracoes::padroesDoApp());
-    const QString pasta = Caminhos::pastaDados();
-    QNetworkAccessManager rede;
-    EntradaAudioNula audio;
-    SemInsercao insercao;
-    SomNulo som;
-    VocabularyService vocab(pasta, config);
     vocab.bootstrapSeNecessario();
-    TranscriptionHistory historico(pasta);
-    SpeechManager sm(SpeechManager::Dependencias{config, rede, pasta, audio, insercao, som, vocab, historico, amb.raiz(),
-                                                 [] { return std::nullopt; }});
-    RecordingViewModel vm(sm);
     AtalhosNulos atalhos;
     JanelasNulas janelas;
     AreaTransferenciaNula clipboard;

@@ -10,7 +10,7 @@
 #include "capture/TranscriptionHistory.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
-#include "support/Falsos.h"
+#include "support/PilhaDeDitado.h"
 #include "ui/MenuAcoes.h"
 #include "ui/Onboarding.h"
 #include "ui/PaineisDesktop.h"
@@ -156,19 +156,7 @@ TEST(GeometriaDasPilulas, CurvasDeEntradaESaida)
 }
 
 namespace {
-struct Vistas : ::testing::Test {
-    AmbienteTemporario amb;
-    Configuracoes config{amb.arquivoConfig()};
-    QNetworkAccessManager rede;
-    EntradaAudioNula audio;
-    SemInsercao insercao;
-    SomNulo som;
-    QString pasta = Caminhos::pastaDados();
-    VocabularyService vocab{pasta, config};
-    TranscriptionHistory historico{pasta};
-    SpeechManager sm{SpeechManager::Dependencias{config, rede, pasta, audio, insercao, som, vocab, historico,
-                                                 amb.raiz(), [] { return std::nullopt; }}};
-    RecordingViewModel vm{sm};
+struct Vistas : ::testing::Test, PilhaDeDitado {
 };
 
 // The brightest pixel of a column band: the bars are the only bright things on the dark pill.

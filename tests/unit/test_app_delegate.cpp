@@ -11,7 +11,7 @@
 #include "capture/TranscriptionHistory.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
-#include "support/Falsos.h"
+#include "support/PilhaDeDitado.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
 #include "vocabulary/VocabularyNotifications.h"
@@ -103,19 +103,7 @@ public:
 
 constexpr qint64 kPidSonvo = 4242;
 
-struct Shell : ::testing::Test {
-    AmbienteTemporario amb;
-    Configuracoes config{amb.arquivoConfig()};
-    QNetworkAccessManager rede;
-    EntradaAudioNula audio;
-    SemInsercao insercao;
-    SomNulo som;
-    QString pasta = Caminhos::pastaDados();
-    VocabularyService vocab{pasta, config};
-    TranscriptionHistory historico{pasta};
-    SpeechManager sm{SpeechManager::Dependencias{config, rede, pasta, audio, insercao, som, vocab, historico,
-                                                 amb.raiz(), [] { return std::nullopt; }}};
-    RecordingViewModel vm{sm};
+struct Shell : ::testing::Test, PilhaDeDitado {
     AtalhosFalsos atalhos;
     JanelasFalsas janelas;
     SelecaoFalsa clipboard;

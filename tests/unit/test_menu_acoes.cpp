@@ -14,7 +14,7 @@
 #include "capture/TranscriptionHistory.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
-#include "support/Falsos.h"
+#include "support/PilhaDeDitado.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
 #include "vocabulary/VocabularyService.h"
@@ -82,22 +82,6 @@ public:
     void exibirAlerta(const QString& m, const QString& i) override { alertas << qMakePair(m, i); }
 };
 
-// Records what was inserted and which application was in front at that moment.
-class InsercaoGravada : public Insercao {
-public:
-    explicit InsercaoGravada(std::optional<AppJanela>& frente) : m_frente(frente) {}
-    QList<QPair<QString, std::optional<QString>>> insercoes;
-    QCoro::Task<> inserir(QString texto) override
-    {
-        insercoes << qMakePair(texto, m_frente ? m_frente->id : std::nullopt);
-        co_return;
-    }
-    QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QString&) override { return {}; }
-
-private:
-    std::optional<AppJanela>& m_frente;
-};
-
 class JanelasComAtivacao : public JanelasNulas {
 public:
     std::optional<AppJanela> frente;
@@ -115,21 +99,9 @@ constexpr qint64 kPidSonvo = 4242;
 const AppJanela kKate{0x400001, QStringLiteral("kate"), 77};
 const AppJanela kSonvo{0x600001, QStringLiteral("sonvo"), kPidSonvo};
 
-struct MenuAcoes : ::testing::Test {
-    AmbienteTemporario amb;
+struct MenuAcoes : ::testing::Test, PilhaDeDitado {
     ServidorTeste servidor;
-    Configuracoes config{amb.arquivoConfig()};
-    QNetworkAccessManager rede;
-    EntradaAudioNula audio;
     JanelasComAtivacao janelas;
-    InsercaoGravada insercao{janelas.frente};
-    SomNulo som;
-    QString pasta = Caminhos::pastaDados();
-    VocabularyService vocab{pasta, config};
-    TranscriptionHistory historico{pasta};
-    SpeechManager sm{SpeechManager::Dependencias{config, rede, pasta, audio, insercao, som, vocab, historico,
-                                                 amb.raiz(), [] { return std::nullopt; }}};
-    RecordingViewModel vm{sm};
     AreaTransferenciaNula clipboard;
     AtalhosNulos atalhos;
     NotificacoesNulas notificacoes;
@@ -148,6 +120,7 @@ struct MenuAcoes : ::testing::Test {
             &insercao, &intencao, [this] { return AIService::currentProvider(config, rede, pasta); }, &paineis});
         delegate->observeRecordingState();
         janelas.frente = kKate;
+        insercao.frente = [this] { return janelas.frente ? janelas.frente->id : std::nullopt; };
     }
     void TearDown() override
     {

@@ -6,7 +6,7 @@
 #include "capture/TranscriptionHistory.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
-#include "support/Falsos.h"
+#include "support/PilhaDeDitado.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QElapsedTimer>
@@ -21,19 +21,7 @@ using Caso = RecordingState::Caso;
 namespace {
 // Drives a real speech manager through its states without a microphone or a network: a stop
 // without a recording fails, a file that does not exist and no key ends unavailable.
-struct ViewModel : ::testing::Test {
-    AmbienteTemporario amb;
-    Configuracoes config{amb.arquivoConfig()};
-    QNetworkAccessManager rede;
-    EntradaAudioNula audio;
-    SemInsercao insercao;
-    SomNulo som;
-    QString pasta = Caminhos::pastaDados();
-    VocabularyService vocab{pasta, config};
-    TranscriptionHistory historico{pasta};
-    SpeechManager sm{SpeechManager::Dependencias{config, rede, pasta, audio, insercao, som, vocab, historico,
-                                                 amb.raiz(), [] { return std::nullopt; }}};
-    RecordingViewModel vm{sm};
+struct ViewModel : ::testing::Test, PilhaDeDitado {
 
     void rodar(int ms)
     {
