@@ -2,7 +2,7 @@
 # From the hotkey to a recording that captures, on the test desktop (tests/desktop/desktop.sh): for
 # each press of Super+Shift+T, the time until the log's "[HotKey] trigger" line and until PulseAudio
 # has the capture stream (the new source-output that lasts until the stop; PortAudio opens and
-# drops one just before it). The first press also pays PortAudio's device probe.
+# drops one just before it).
 #   bash bench/atalho_gravacao.sh [CAMINHO_DO_SONVO] [RODADAS]
 # Default: build/bench/src/sonvo, 20 rounds.
 set -euo pipefail
@@ -53,7 +53,9 @@ done
 xdotool search --classname '^sonvo$' >/dev/null 2>&1 || { echo "atalho_gravacao: o ícone do Sonvo não apareceu na bandeja em 10 s" >&2; exit 1; }
 stdbuf -oL tail -n +1 -F "$SONVO_LOG_FILE" >"$d/log.fifo" 2>/dev/null & leitores+=($!)
 carimbar <"$d/log.fifo" >"$d/log.ts" & leitores+=($!)
-sleep 1 # the hotkeys are grabbed on the first turn of the event loop after the icon
+# The hotkeys are grabbed on the first turn of the event loop after the icon; the microphone probe
+# runs 1.5 s after start. A person rarely dictates sooner.
+sleep 2
 
 novo_fluxo_depois() { # novo_fluxo_depois T: has a source-output appeared after T (µs)?
   awk -v t="$1" '$1 >= t && /Event .new. on source-output/ {achou = 1} END {exit !achou}' "$d/pa.ts"

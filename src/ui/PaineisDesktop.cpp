@@ -21,6 +21,23 @@ QRect areaPrincipal()
     return s ? s->availableGeometry() : QRect();
 }
 
+// One animation group: the position and the opacity move together, with one curve.
+QParallelAnimationGroup* deslizar(QWidget* w, QPoint fim, double alfaFim, int duracaoMs, const QEasingCurve& curva,
+                                  QObject* pai)
+{
+    auto* grupo = new QParallelAnimationGroup(pai);
+    auto* pos = new QPropertyAnimation(w, "pos", grupo);
+    pos->setEndValue(fim);
+    auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
+    alfa->setEndValue(alfaFim);
+    for (QPropertyAnimation* a : {pos, alfa}) {
+        a->setDuration(duracaoMs);
+        a->setEasingCurve(curva);
+        grupo->addAnimation(a);
+    }
+    return grupo;
+}
+
 QRect areaAtiva()
 {
     const QScreen* s = QGuiApplication::screenAt(QCursor::pos());
@@ -65,17 +82,7 @@ void PaineisDesktop::mostrarPilula(QWidget* w, QParallelAnimationGroup*& grupo, 
     w->setWindowOpacity(0.0);
     w->show();
     w->raise();
-    grupo = new QParallelAnimationGroup(this);
-    auto* pos = new QPropertyAnimation(w, "pos", grupo);
-    pos->setEndValue(fim.topLeft());
-    pos->setDuration(duracaoMs);
-    pos->setEasingCurve(GeometriaPilula::easeOut());
-    auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
-    alfa->setEndValue(1.0);
-    alfa->setDuration(duracaoMs);
-    alfa->setEasingCurve(GeometriaPilula::easeOut());
-    grupo->addAnimation(pos);
-    grupo->addAnimation(alfa);
+    grupo = deslizar(w, fim.topLeft(), 1.0, duracaoMs, GeometriaPilula::easeOut(), this);
     grupo->start();
 }
 
@@ -90,17 +97,7 @@ void PaineisDesktop::esconderPilula(QWidget* w, QParallelAnimationGroup*& grupo,
         grupo = nullptr;
     }
     const QRect fim = GeometriaPilula::escondida(area, w->size());
-    grupo = new QParallelAnimationGroup(this);
-    auto* pos = new QPropertyAnimation(w, "pos", grupo);
-    pos->setEndValue(fim.topLeft());
-    pos->setDuration(GeometriaPilula::kEsconderMs);
-    pos->setEasingCurve(GeometriaPilula::easeIn());
-    auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
-    alfa->setEndValue(0.0);
-    alfa->setDuration(GeometriaPilula::kEsconderMs);
-    alfa->setEasingCurve(GeometriaPilula::easeIn());
-    grupo->addAnimation(pos);
-    grupo->addAnimation(alfa);
+    grupo = deslizar(w, fim.topLeft(), 0.0, GeometriaPilula::kEsconderMs, GeometriaPilula::easeIn(), this);
     connect(grupo, &QAbstractAnimation::finished, w, [w, fim, voltarAoInicio] {
         w->hide();
         if (voltarAoInicio)
