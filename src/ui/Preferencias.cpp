@@ -380,6 +380,10 @@ QWidget* Preferencias::paginaVocabulario()
                         g));
     m_global = tabela({QStringLiteral("Ouvido"), QStringLiteral("Escrever")}, g);
     gv->addWidget(m_global, 1);
+    m_whitelist = new QLabel(g);
+    m_whitelist->setWordWrap(true);
+    m_whitelist->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    gv->addWidget(m_whitelist);
     auto* linha = new QHBoxLayout;
     m_ouvido = new QLineEdit(g);
     m_ouvido->setPlaceholderText(QStringLiteral("o que o ditado escreve"));
@@ -558,6 +562,10 @@ void Preferencias::carregarGlobal()
     for (auto it = s.correcoes.cbegin(); it != s.correcoes.cend(); ++it)
         linhas << QStringList{it.key(), it.value()};
     preencher(m_global, linhas);
+    QStringList nunca(s.whitelist.cbegin(), s.whitelist.cend());
+    nunca.sort();
+    m_whitelist->setText(QStringLiteral("Nunca corrigir (whitelist): ")
+                         + (nunca.isEmpty() ? QStringLiteral("nenhuma palavra") : nunca.join(QStringLiteral(", "))));
 }
 
 void Preferencias::carregarPorApp()

@@ -64,6 +64,7 @@ public:
     QLineEdit* campoEscrever() const { return m_escrever; }
     QPushButton* botaoAdicionarCorrecao() const { return m_adicionarCorrecao; }
     QLabel* mensagemVocabulario() const { return m_msgVocab; }
+    QLabel* whitelist() const { return m_whitelist; }
     QComboBox* appsComVocabulario() const { return m_apps; }
     QTableWidget* tabelaPorApp() const { return m_porApp; }
     QLineEdit* campoApp() const { return m_appNovo; }
@@ -116,6 +117,7 @@ private:
     QLineEdit* m_escrever = nullptr;
     QPushButton* m_adicionarCorrecao = nullptr;
     QLabel* m_msgVocab = nullptr;
+    QLabel* m_whitelist = nullptr;
     QComboBox* m_apps = nullptr;
     QTableWidget* m_porApp = nullptr;
     QLineEdit* m_appNovo = nullptr;

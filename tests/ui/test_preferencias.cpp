@@ -186,12 +186,13 @@ TEST_F(Prefs, VocabularioGlobalEPorAplicativo)
     // An edit made in the editor shows on "Recarregar".
     QFile f(vocab.arquivoGlobal());
     ASSERT_TRUE(f.open(QIODevice::Append));
-    f.write("\n- figma -> Figma\n");
+    f.write("\n- figma -> Figma\n\n## Whitelist\n- Sexta\n- abril\n");
     f.close();
     for (QPushButton* b : janela->findChildren<QPushButton*>())
         if (b->text() == QStringLiteral("Recarregar"))
             b->click();
     EXPECT_EQ(janela->tabelaGlobal()->rowCount(), vocab.carregaGlobal().correcoes.size());
+    EXPECT_EQ(janela->whitelist()->text(), QStringLiteral("Nunca corrigir (whitelist): abril, sexta"));
 
     janela->campoApp()->setText(QStringLiteral("kate"));
     janela->campoOuvidoApp()->setText(QStringLiteral("cubo"));
