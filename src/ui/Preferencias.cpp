@@ -543,6 +543,8 @@ QWidget* Preferencias::paginaVocabulario()
     m_sugestoes = tabela({QStringLiteral("Ouvido"), QStringLiteral("Provável"), QStringLiteral("Confiança"),
                           QStringLiteral("Ocorrências"), QString()},
                          au);
+    m_sugestoes->horizontalHeader()->setStretchLastSection(false);
+    m_sugestoes->horizontalHeader()->setSectionResizeMode(4, QHeaderView::Fixed);
     auv->addWidget(m_sugestoes, 1);
     connect(m_executar, &QPushButton::clicked, this, &Preferencias::executarAuditoria);
     connect(m_diaria, &QCheckBox::toggled, this, [this](bool ligado) {
@@ -589,9 +591,10 @@ void Preferencias::carregarAuditoria()
     m_carregando = antes;
     const auto ultima = m_d.config.real(QStringLiteral("vocabularyAuditLastRun"));
     m_ultimaAuditoria->setText(
-        ultima ? QStringLiteral("Última auditoria: ")
-                     + QDateTime::fromSecsSinceEpoch(static_cast<qint64>(*ultima)).toString(QStringLiteral("dd/MM/yyyy HH:mm"))
-               : QStringLiteral("Nenhuma auditoria feita ainda."));
+        ultima && *ultima > 0
+            ? QStringLiteral("Última auditoria diária: ")
+                  + QDateTime::fromSecsSinceEpoch(static_cast<qint64>(*ultima)).toString(QStringLiteral("dd/MM/yyyy HH:mm"))
+            : QStringLiteral("A auditoria diária ainda não rodou."));
     const QList<AuditSugestao> fila = m_d.auditoria.pendentes();
     m_sugestoes->setRowCount(static_cast<int>(fila.size()));
     for (int i = 0; i < fila.size(); ++i) {
@@ -612,6 +615,9 @@ void Preferencias::carregarAuditoria()
         connect(aprovar, &QPushButton::clicked, this, [this, i] { decidirSugestao(i, true); });
         connect(rejeitar, &QPushButton::clicked, this, [this, i] { decidirSugestao(i, false); });
         m_sugestoes->setCellWidget(i, 4, botoes);
+        // The buttons' column is as wide as they need; the header ignores cell widgets.
+        botoes->ensurePolished();
+        m_sugestoes->setColumnWidth(4, botoes->sizeHint().width() + 16);
     }
 }
 

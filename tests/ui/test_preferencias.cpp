@@ -28,6 +28,7 @@
 #include <QNetworkAccessManager>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -201,6 +202,7 @@ TEST_F(Prefs, VocabularioGlobalEPorAplicativo)
     EXPECT_EQ(vocab.aplicarCorrecoes(QStringLiteral("o cubo caiu"), QStringLiteral("kate")), QStringLiteral("o Kubernetes caiu"));
     EXPECT_EQ(janela->appsComVocabulario()->currentText(), QStringLiteral("kate"));
     ASSERT_EQ(janela->tabelaPorApp()->rowCount(), 1);
+    janela->findChild<QTabWidget*>()->setCurrentIndex(1);
     capturar(*janela, QStringLiteral("preferencias-vocabulario-por-app"));
     janela->tabelaPorApp()->selectRow(0);
     janela->botaoRemoverPorApp()->click();
@@ -230,6 +232,8 @@ TEST_F(Prefs, AuditoriaExecutaAprovaERejeita)
     ASSERT_TRUE(girarAte([&] { return janela->sugestoes()->rowCount() == 2; }))
         << janela->mensagemAuditoria()->text().toStdString();
     EXPECT_EQ(janela->mensagemAuditoria()->text(), QStringLiteral("2 sugestões novas."));
+    janela->mostrarSecao(QStringLiteral("vocabulario"));
+    janela->findChild<QTabWidget*>()->setCurrentIndex(3);
     capturar(*janela, QStringLiteral("preferencias-auditoria"));
 
     // Approve the first (by its own button), reject the other.
