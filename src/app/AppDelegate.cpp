@@ -137,7 +137,11 @@ void AppDelegate::handleHotKeyTrigger(bool actionMenu)
 void AppDelegate::startStopRecording()
 {
     m_ultimoFoiMenu = false;
-    m_d.viewModel.speechManager().alternar();
+    // From the menu entry a dictation is a plain one, whatever the last hotkey asked for: with the
+    // flag above cleared nothing would route a held-back text, and it would be lost.
+    SpeechManager& speech = m_d.viewModel.speechManager();
+    speech.pularInsercao = false;
+    speech.alternar();
 }
 
 // ---- notifications ----

@@ -127,6 +127,7 @@ private:
     void encerrarTarefaIA();
     void aposResultado();
     QCoro::Task<> detectarEEncaminhar(QString texto);
+    std::optional<AppJanela> alvoDaFrente(const std::optional<AppJanela>& anterior);
     QCoro::Task<> inserirNoAlvo(QString texto, std::optional<AppJanela> alvo);
 
     Dependencias m_d;
@@ -144,7 +145,9 @@ private:
     std::unique_ptr<FluxoIA> m_fluxo;
     bool m_unicoRodando = false;
     QString m_originalUnico;
+    QString m_originalFluxo;
     quint64 m_geracaoIA = 0;
+    quint64 m_geracaoRota = 0; // a late intent answer for an older dictation is dropped
     bool m_tratador = false;
     bool m_monitor = false;
     QStringList m_rotulos;

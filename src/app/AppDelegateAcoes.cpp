@@ -53,7 +53,10 @@ void AppDelegate::observeRecordingState()
     m_hoverDismiss.setSingleShot(true);
     m_hoverDismiss.setTimerType(Qt::PreciseTimer);
     m_hoverDismiss.setInterval(kHoverDismiss);
-    connect(&m_hoverDismiss, &QTimer::timeout, this, [this] { dismissActionMenu(true); });
+    connect(&m_hoverDismiss, &QTimer::timeout, this, [this] {
+        if (m_d.paineis && m_d.paineis->menuAcoesVisivel())
+            dismissActionMenu(true);
+    });
     m_esperaResultado.setSingleShot(true);
     m_esperaResultado.setTimerType(Qt::PreciseTimer);
     m_esperaResultado.setInterval(kEsperaResultado);
@@ -110,6 +113,14 @@ void AppDelegate::scheduleProcessingDismiss(double segundos)
 
 void AppDelegate::handlePostTranscription(const QString& texto)
 {
+    // A new dictation ends what the previous one left: an answer still streaming for a confirmed
+    // intent, a modal nobody answered, a detection still waiting for the model.
+    encerrarTarefaIA();
+    ++m_geracaoRota;
+    if (m_d.paineis && m_d.paineis->modalIntencaoVisivel()) {
+        m_escIntencao = false;
+        m_d.paineis->fecharModalIntencao();
+    }
     if (m_d.viewModel.textoEditadoAtual().isEmpty())
         m_d.viewModel.setTextoEditadoAtual(texto);
     if (!m_d.config.booleano(QStringLiteral("toggleShowActionMenu"))) {
@@ -127,8 +138,9 @@ void AppDelegate::handlePostTranscription(const QString& texto)
 QCoro::Task<> AppDelegate::detectarEEncaminhar(QString texto)
 {
     QPointer<AppDelegate> self(this);
+    const quint64 geracao = m_geracaoRota;
     const IntentResult r = co_await m_d.intencao->detectar(texto);
-    if (!self)
+    if (!self || self->m_geracaoRota != geracao)
         co_return;
     Log::tag("Intent", QStringLiteral("resultado=%@ acao=%@"),
              {Intencao::rawValue(r.confianca),
@@ -139,9 +151,19 @@ QCoro::Task<> AppDelegate::detectarEEncaminhar(QString texto)
         showActionMenu(texto);
 }
 
+std::optional<AppJanela> AppDelegate::alvoDaFrente(const std::optional<AppJanela>& anterior)
+{
+    // With a panel of ours in front (a menu being replaced, the modal), the target is still the
+    // application the user came from.
+    const auto frente = m_d.janelas.daFrente();
+    if (frente && m_d.pidProprio != 0 && frente->pid == m_d.pidProprio)
+        return anterior;
+    return frente;
+}
+
 void AppDelegate::showActionMenu(const QString& transcription)
 {
-    m_alvoMenu = m_d.janelas.daFrente();
+    m_alvoMenu = alvoDaFrente(m_alvoMenu);
     Log::tag("ActionMenu", QStringLiteral("showActionMenu — texto.count=%d alvo=%@"),
              {contar(transcription), idDoAlvo(m_alvoMenu)});
     if (m_d.viewModel.textoEditadoAtual().isEmpty())
@@ -184,14 +206,16 @@ void AppDelegate::showActionMenu(const QString& transcription)
 
 void AppDelegate::executarAcaoIA(QuickAction acao)
 {
+    // One AI task at a time: a second choice replaces the first (and puts back its text).
+    encerrarTarefaIA();
     const QString texto = m_d.viewModel.textoEditadoAtual();
     if (texto.isEmpty()) {
         Log::tag("AI", QStringLiteral("texto vazio — abortando"));
         return;
     }
+    if (!m_d.provedorIA)
+        return;
     m_hoverDismiss.stop();
-    // One AI task at a time: a second choice replaces the first.
-    encerrarTarefaIA();
     if (m_d.config.booleano(QStringLiteral("toggleStreamingInline")))
         executarAcaoIAComStreaming(acao, texto);
     else
@@ -201,6 +225,7 @@ void AppDelegate::executarAcaoIA(QuickAction acao)
 void AppDelegate::executarAcaoIAComStreaming(QuickAction acao, const QString& textoOriginal)
 {
     m_d.viewModel.setTextoEditadoAtual(QString());
+    m_originalFluxo = textoOriginal;
     m_provedor = m_d.provedorIA();
     Log::tag("AI/Stream", QStringLiteral("provider=%@ action=%@ texto.count=%d ctx=%@"),
              {Provedores::rawValue(m_provedor->id()), QuickActions::rawValue(acao), contar(textoOriginal),
@@ -280,6 +305,9 @@ void AppDelegate::encerrarTarefaIA()
                  {contar(m_d.viewModel.textoEditadoAtual())});
         m_fluxo->parar();
         m_fluxo.release()->deleteLater();
+        // Cancelled before the first fragment: the dictation itself stands, not an empty text.
+        if (m_d.viewModel.textoEditadoAtual().isEmpty())
+            m_d.viewModel.setTextoEditadoAtual(m_originalFluxo);
     }
     if (m_unicoRodando) {
         // The placeholder is not the user's text: what stands is the text the action was given.
@@ -293,8 +321,17 @@ void AppDelegate::encerrarTarefaIA()
 
 void AppDelegate::exibirErroIA(const QString& descricao)
 {
-    if (m_d.paineis)
-        m_d.paineis->exibirAlerta(QStringLiteral("Não foi possível transformar o texto"), descricao);
+    if (!m_d.paineis)
+        return;
+    // A confirmed intent has no menu open: the dictation goes to one, for the same target, so the
+    // user can pick again, insert it as it is, or discard it.
+    if (!m_d.paineis->menuAcoesVisivel()) {
+        const auto alvo = m_alvoMenu;
+        showActionMenu(m_d.viewModel.textoEditadoAtual());
+        if (alvo)
+            m_alvoMenu = alvo;
+    }
+    m_d.paineis->exibirAlerta(QStringLiteral("Não foi possível transformar o texto"), descricao);
 }
 
 void AppDelegate::dismissActionMenu(bool inserting)
@@ -322,9 +359,10 @@ void AppDelegate::dismissActionMenu(bool inserting)
 QCoro::Task<> AppDelegate::inserirNoAlvo(QString texto, std::optional<AppJanela> alvo)
 {
     QPointer<AppDelegate> self(this);
-    if (alvo && alvo->id) {
+    if (alvo && alvo->janela) {
+        // By window: the user may have been in a second window of the same application.
         const auto frente = m_d.janelas.daFrente();
-        if (!frente || frente->id != alvo->id) {
+        if (!frente || frente->janela != alvo->janela) {
             co_await m_d.janelas.ativar(*alvo, kEsperaAtivacao);
             if (!self)
                 co_return;
@@ -337,7 +375,7 @@ QCoro::Task<> AppDelegate::inserirNoAlvo(QString texto, std::optional<AppJanela>
 void AppDelegate::actionMenuMouseExited()
 {
     // While an action runs the pointer may wander off: the result must not be cut short.
-    if (m_d.viewModel.textoEditadoAtual().startsWith(kPrefixoAplicando) || m_fluxo) {
+    if (tarefaIAAtiva() || !m_d.paineis || !m_d.paineis->menuAcoesVisivel()) {
         m_hoverDismiss.stop();
         return;
     }
@@ -351,7 +389,7 @@ void AppDelegate::actionMenuMouseEntered()
 
 void AppDelegate::showIntentConfirmModal(QuickAction acao, const QString& texto)
 {
-    m_alvoIntencao = m_d.janelas.daFrente();
+    m_alvoIntencao = alvoDaFrente(std::nullopt);
     Log::tag("Intent", QStringLiteral("showConfirmModal acao=%@ alvo=%@"),
              {QuickActions::rawValue(acao), idDoAlvo(m_alvoIntencao)});
     if (!m_d.paineis)

@@ -29,7 +29,11 @@ QString folhaPainel()
         "QPushButton#principal { background: #5B73F0; border: none; font-weight: 600; }"
         "QPushButton#principal:hover { background: #6B82FF; }"
         "QPushButton#discreto { background: transparent; border: none; color: #A0A0AA; }"
-        "QPushButton#discreto:hover { color: #F2F2F7; }");
+        "QPushButton#discreto:hover { color: #F2F2F7; }"
+        // The preview's context menu and the tooltips inherit the light text: give them a dark ground.
+        "QMenu { background: #26262C; border: 1px solid rgba(255,255,255,0.12); }"
+        "QMenu::item:selected { background: #5B73F0; }"
+        "QToolTip { background: #26262C; color: #F2F2F7; border: 1px solid rgba(255,255,255,0.12); }");
 }
 
 } // namespace sonvo::ui::Estilo

@@ -115,9 +115,11 @@ MenuAcoesPainel::MenuAcoesPainel(RecordingViewModel& vm, QList<QuickAction> acoe
     linha->addStretch();
     raiz->addLayout(linha);
 
-    auto* dica = new QLabel(QStringLiteral("Esc ou Ctrl+Enter insere o texto como está · Ctrl+1…%1 aplica uma ação")
-                                .arg(std::min<qsizetype>(m_acoes.size(), 9)),
-                            this);
+    const qsizetype n = std::min<qsizetype>(m_acoes.size(), 9);
+    const QString atalhos = n == 1 ? QStringLiteral(" · Ctrl+1 aplica a ação")
+                            : n > 1 ? QStringLiteral(" · Ctrl+1…%1 aplica uma ação").arg(n)
+                                    : QString();
+    auto* dica = new QLabel(QStringLiteral("Esc ou Ctrl+Enter insere o texto como está") + atalhos, this);
     dica->setObjectName(QStringLiteral("dica"));
     raiz->addWidget(dica);
 
@@ -169,7 +171,7 @@ void MenuAcoesPainel::leaveEvent(QEvent*)
 {
     // A child's popup (the preview's context menu) takes the pointer without leaving the menu, and
     // going to the error alert's "OK" must not close the menu behind it and paste.
-    if (QApplication::activeModalWidget())
+    if (!isVisible() || QApplication::activeModalWidget() || QApplication::activePopupWidget())
         return;
     if (m_eventos.ponteiroSaiu && !rect().contains(mapFromGlobal(QCursor::pos())))
         m_eventos.ponteiroSaiu();
@@ -219,9 +221,10 @@ ModalIntencao::ModalIntencao(QuickAction acao, PaineisFlutuantes::EventosIntenca
     linha->addWidget(m_confirmar);
     raiz->addLayout(linha);
 
+    // Enter presses the focused button: "Confirmar" unless the user tabbed to "…".
     for (const QKeySequence& seq : {QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter)}) {
         auto* s = new QShortcut(seq, this);
-        connect(s, &QShortcut::activated, m_confirmar, &QPushButton::click);
+        connect(s, &QShortcut::activated, this, [this] { (m_opcoes->hasFocus() ? m_opcoes : m_confirmar)->click(); });
     }
     auto* esc = new QShortcut(QKeySequence(Qt::Key_Escape), this);
     connect(esc, &QShortcut::activated, this, [this] {

@@ -144,6 +144,8 @@ void PaineisDesktop::abrirCentrado(QWidget* w)
     w->show();
     w->raise();
     w->activateWindow();
+    if (ativarJanela)
+        ativarJanela(w);
     auto* grupo = new QParallelAnimationGroup(w);
     auto* geo = new QPropertyAnimation(w, "geometry", grupo);
     geo->setStartValue(inicio);

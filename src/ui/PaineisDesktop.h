@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
+
 class QParallelAnimationGroup;
 class QScreen;
 class QWidget;
@@ -43,6 +45,11 @@ public:
     bool modalIntencaoVisivel() const override;
 
     void exibirAlerta(const QString& mensagem, const QString& informativo) override;
+
+    // Brings a panel to the front as a pager would. A plain activation request, with the time of
+    // the last event this process saw (not the hotkey's, which arrives on another connection),
+    // may be refused by a window manager that prevents focus stealing.
+    std::function<void(QWidget*)> ativarJanela;
 
     // A notice at the bottom of the screen for some seconds (no hotkeys, for instance).
     void mostrarAviso(const QString& titulo, const QString& texto, int duracaoMs = 12000);

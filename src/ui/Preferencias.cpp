@@ -304,7 +304,8 @@ QWidget* Preferencias::paginaAcoes()
     v->addWidget(m_removerAcao, 0, Qt::AlignLeft);
     connect(m_acoes, &QListWidget::currentRowChanged, this, [this](int linha) {
         QListWidgetItem* item = m_acoes->item(linha);
-        m_removerAcao->setEnabled(item != nullptr);
+        // The last one stays: an empty list would bring the three defaults back.
+        m_removerAcao->setEnabled(item != nullptr && m_acoes->count() > 1);
         m_removerAcao->setText(item ? QStringLiteral("Remover ") + item->text() : QStringLiteral("Remover"));
     });
     connect(m_removerAcao, &QPushButton::clicked, this, [this] {
@@ -612,8 +613,8 @@ void Preferencias::carregarAuditoria()
         rejeitar->setAccessibleName(QStringLiteral("Rejeitar ") + s.ouvido + QStringLiteral(" → ") + s.provavel);
         h->addWidget(aprovar);
         h->addWidget(rejeitar);
-        connect(aprovar, &QPushButton::clicked, this, [this, i] { decidirSugestao(i, true); });
-        connect(rejeitar, &QPushButton::clicked, this, [this, i] { decidirSugestao(i, false); });
+        connect(aprovar, &QPushButton::clicked, this, [this, s] { decidirSugestao(s, true); });
+        connect(rejeitar, &QPushButton::clicked, this, [this, s] { decidirSugestao(s, false); });
         m_sugestoes->setCellWidget(i, 4, botoes);
         // The buttons' column is as wide as they need; the header ignores cell widgets.
         botoes->ensurePolished();
@@ -621,12 +622,9 @@ void Preferencias::carregarAuditoria()
     }
 }
 
-void Preferencias::decidirSugestao(int linha, bool aprovar)
+// By the suggestion itself, not its row: an audit may have changed the queue since it was shown.
+void Preferencias::decidirSugestao(const AuditSugestao& s, bool aprovar)
 {
-    const QList<AuditSugestao> fila = m_d.auditoria.pendentes();
-    if (linha < 0 || linha >= fila.size())
-        return;
-    const AuditSugestao s = fila[linha];
     const auto erro = aprovar ? m_d.auditoria.aprovar(s) : m_d.auditoria.rejeitar(s);
     m_msgAuditoria->setText(erro ? *erro
                                  : (aprovar ? QStringLiteral("Aprovada: ") : QStringLiteral("Rejeitada: ")) + s.ouvido

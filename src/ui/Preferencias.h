@@ -17,6 +17,7 @@ class QStackedWidget;
 class QTableWidget;
 
 namespace sonvo {
+struct AuditSugestao;
 class Configuracoes;
 class VocabularyAuditService;
 class VocabularyService;
@@ -97,7 +98,7 @@ private:
     void carregarAuditoria();
     void carregarComportamento();
     void executarAuditoria();
-    void decidirSugestao(int linha, bool aprovar);
+    void decidirSugestao(const AuditSugestao& sugestao, bool aprovar);
 
     Dependencias m_d;
     QListWidget* m_nav = nullptr;

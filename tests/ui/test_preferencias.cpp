@@ -164,6 +164,16 @@ TEST_F(Prefs, AcoesRemoverAdicionarReordenar)
               (QStringList{QStringLiteral("post"), QStringLiteral("resumir"), QStringLiteral("email")}));
     EXPECT_EQ(QuickActions::loadOrdered(config),
               (QList<QuickAction>{QuickAction::post, QuickAction::resumir, QuickAction::email}));
+
+    // Down to one: that one cannot go (an empty list would bring the defaults back).
+    for (int i = 0; i < 2; ++i) {
+        janela->listaAcoes()->setCurrentRow(0);
+        janela->botaoRemoverAcao()->click();
+    }
+    EXPECT_EQ(acoesNaLista(), QStringList{QStringLiteral("Email")});
+    janela->listaAcoes()->setCurrentRow(0);
+    EXPECT_FALSE(janela->botaoRemoverAcao()->isEnabled());
+    EXPECT_EQ(doDisco(QStringLiteral("vozelQuickActions")).toString(), QStringLiteral("email"));
 }
 
 TEST_F(Prefs, VocabularioGlobalEPorAplicativo)

@@ -296,6 +296,11 @@ TEST_F(Vistas, ModalDeIntencaoPerguntaEResponde)
     EXPECT_EQ(confirmou, 1);
     EXPECT_EQ(esc, 1);
     EXPECT_EQ(opcoes, 1);
+    // Tabbed to "…", Enter sees the options.
+    modal.botaoOpcoes()->setFocus();
+    QTest::keyClick(&modal, Qt::Key_Return);
+    EXPECT_EQ(opcoes, 2);
+    EXPECT_EQ(confirmou, 1);
 }
 
 TEST_F(Vistas, AvisoEBoasVindas)

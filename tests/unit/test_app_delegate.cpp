@@ -298,8 +298,11 @@ TEST_F(Shell, MenuDaBandejaLimpaOFlagDoMenuDeAcoes)
 {
     delegate.handleHotKeyTrigger(true);
     ASSERT_TRUE(delegate.lastHotkeyWasActionMenu());
+    ASSERT_TRUE(sm.pularInsercao);
     delegate.startStopRecording();
     EXPECT_FALSE(delegate.lastHotkeyWasActionMenu());
+    // Nothing would route a held-back text now: the menu entry's dictation is pasted directly.
+    EXPECT_FALSE(sm.pularInsercao);
 }
 
 // ---- notifications ----

@@ -386,3 +386,61 @@ TEST_F(MenuAcoes, SemMenuNosModosQueODesligam)
     EXPECT_TRUE(
         noLog(QStringLiteral("Vozel [Phase7] mode=stealth (no action menu) — paste direto delegado ao SpeechManager")));
 }
+
+TEST_F(MenuAcoes, EscapeAntesDoPrimeiroFragmentoInsereODitado)
+{
+    Resposta lenta = sse({QStringLiteral("tarde demais")});
+    lenta.atrasoMs = 3000;
+    servidor.enfileirar(lenta);
+    abrirMenu(QStringLiteral("meu ditado"));
+    paineis.menu.acaoEscolhida(QuickAction::resumir);
+    EXPECT_TRUE(vm.textoEditadoAtual().isEmpty()) << "the answer grows in place of the text";
+    girarPor(100);
+    paineis.menu.inserirComoEsta();
+    EXPECT_TRUE(noLog(QStringLiteral("Vozel [AI/Stream] cancelado durante stream — preview parcial=0 chars")));
+    ASSERT_TRUE(girarAte([&] { return !insercao.insercoes.isEmpty(); }));
+    EXPECT_EQ(insercao.insercoes.first().first, QStringLiteral("meu ditado")) << "an empty preview never wins";
+}
+
+TEST_F(MenuAcoes, FalhaDepoisDeConfirmarAbreOMenuComODitado)
+{
+    servidor.enfileirar(Resposta::json(500, R"({"error":{"message":"overloaded"}})"));
+    vm.setTextoEditadoAtual(QStringLiteral("a reunião mudou"));
+    delegate->showIntentConfirmModal(QuickAction::email, vm.textoEditadoAtual());
+    janelas.frente = kSonvo;
+    paineis.modal.confirmar(QuickAction::email);
+    ASSERT_TRUE(girarAte([&] { return !paineis.alertas.isEmpty(); }));
+    EXPECT_TRUE(paineis.menuAberto) << "the dictation is not left nowhere";
+    EXPECT_EQ(vm.textoEditadoAtual(), QStringLiteral("a reunião mudou"));
+    EXPECT_EQ(delegate->actionMenuTargetApp(), kKate) << "still aimed at where the user was";
+    paineis.menu.inserirComoEsta();
+    ASSERT_TRUE(girarAte([&] { return !insercao.insercoes.isEmpty(); }));
+    EXPECT_EQ(insercao.insercoes.first(), qMakePair(QStringLiteral("a reunião mudou"),
+                                                    std::optional<QString>(QStringLiteral("kate"))));
+}
+
+TEST_F(MenuAcoes, NovoDitadoEncerraOQueOAnteriorDeixouRodando)
+{
+    // A confirmed intent streams with no menu; the user dictates again meanwhile.
+    servidor.enfileirar(sse({QStringLiteral("Olá,"), QStringLiteral(" tarde demais")}, 1500));
+    vm.setTextoEditadoAtual(QStringLiteral("primeiro"));
+    delegate->showIntentConfirmModal(QuickAction::email, vm.textoEditadoAtual());
+    paineis.modal.confirmar(QuickAction::email);
+    ASSERT_TRUE(delegate->tarefaIAAtiva());
+    config.definir(QStringLiteral("toggleShowIntentModal"), false);
+    vm.setTextoEditadoAtual(QStringLiteral("segundo")); // as the new transcript arrives
+    delegate->handlePostTranscription(QStringLiteral("segundo"));
+    EXPECT_FALSE(delegate->tarefaIAAtiva());
+    ASSERT_TRUE(paineis.menuAberto);
+    girarPor(3500);
+    EXPECT_EQ(vm.textoEditadoAtual(), QStringLiteral("segundo")) << "the old answer never lands in the new menu";
+    EXPECT_TRUE(paineis.menuAberto);
+    EXPECT_TRUE(insercao.insercoes.isEmpty());
+}
+
+TEST_F(MenuAcoes, ReabrirComOMenuNaFrenteMantemOAlvo)
+{
+    abrirMenu(QStringLiteral("um")); // kate captured, then Sonvo's menu took the focus
+    delegate->showActionMenu(QStringLiteral("dois"));
+    EXPECT_EQ(delegate->actionMenuTargetApp(), kKate);
+}

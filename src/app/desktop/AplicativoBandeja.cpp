@@ -131,6 +131,11 @@ int executarAplicativo(int argc, char** argv)
     IntentDetectionService intencao(config, rede, pasta);
     VocabularyAuditService auditoria(config, rede, pasta);
     ui::PaineisDesktop paineis(viewModel);
+    paineis.ativarJanela = [&plataforma](QWidget* w) {
+        plataforma.janelas->ativar(AppJanela{static_cast<quint64>(w->winId()), std::nullopt,
+                                             QCoreApplication::applicationPid()},
+                                   std::chrono::milliseconds(300));
+    };
     AppDelegate delegate(AppDelegate::Dependencias{
         config, viewModel, *plataforma.janelas, *plataforma.clipboard, *plataforma.atalhos, *plataforma.notificacoes,
         vocabulario, QCoreApplication::applicationPid(), std::chrono::steady_clock::now, &insercao, &intencao,
