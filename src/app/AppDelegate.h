@@ -125,6 +125,7 @@ Q_SIGNALS:
 
 private:
     void encerrarTarefaIA();
+    void definirOcupado(bool ocupado);
     void aposResultado();
     QCoro::Task<> detectarEEncaminhar(QString texto);
     std::optional<AppJanela> alvoDaFrente(const std::optional<AppJanela>& anterior);
@@ -144,6 +145,7 @@ private:
     std::unique_ptr<AIProvider> m_provedor;
     std::unique_ptr<FluxoIA> m_fluxo;
     bool m_unicoRodando = false;
+    bool m_gerandoSemMenu = false;
     QString m_originalUnico;
     QString m_originalFluxo;
     quint64 m_geracaoIA = 0;

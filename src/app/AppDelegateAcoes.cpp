@@ -47,7 +47,7 @@ void AppDelegate::observeRecordingState()
     m_processingDismiss.setSingleShot(true);
     m_processingDismiss.setTimerType(Qt::PreciseTimer);
     connect(&m_processingDismiss, &QTimer::timeout, this, [this] {
-        if (m_d.paineis)
+        if (m_d.paineis && !m_gerandoSemMenu)
             m_d.paineis->hideProcessingPanelAnimated();
     });
     m_hoverDismiss.setSingleShot(true);
@@ -75,7 +75,9 @@ void AppDelegate::observarEstado(const RecordingState& s)
     case Caso::idle:
         if (p.caso != Caso::idle && paineis) {
             paineis->hidePanelAnimated();
-            paineis->hideProcessingPanelAnimated();
+            // The pill that says an answer is on its way stays until the answer arrives.
+            if (!m_gerandoSemMenu)
+                paineis->hideProcessingPanelAnimated();
         }
         break;
     case Caso::recording:
@@ -231,8 +233,7 @@ void AppDelegate::executarAcaoIAComStreaming(QuickAction acao, const QString& te
              {Provedores::rawValue(m_provedor->id()), QuickActions::rawValue(acao), contar(textoOriginal),
               contextoNoLog(m_selecao)});
     m_fluxo = m_provedor->transformarStream(textoOriginal, acao, m_selecao);
-    if (m_d.paineis)
-        m_d.paineis->menuOcupado(true);
+    definirOcupado(true);
     FluxoIA* fluxo = m_fluxo.get();
     connect(fluxo, &FluxoIA::fragmento, this, [this, fluxo](const QString& pedaco) {
         if (m_fluxo.get() == fluxo)
@@ -244,8 +245,7 @@ void AppDelegate::executarAcaoIAComStreaming(QuickAction acao, const QString& te
         const std::optional<AIErro> erro = fluxo->erro();
         // Inside the stream's own signal: it is deleted once it has returned.
         m_fluxo.release()->deleteLater();
-        if (m_d.paineis)
-            m_d.paineis->menuOcupado(false);
+        definirOcupado(false);
         if (!erro) {
             Log::tag("AI/Stream", QStringLiteral("OK action=%@ resultado.count=%d"),
                      {QuickActions::rawValue(acao), contar(m_d.viewModel.textoEditadoAtual())});
@@ -267,16 +267,14 @@ QCoro::Task<> AppDelegate::executarAcaoIAUnico(QuickAction acao, QString textoOr
     m_unicoRodando = true;
     m_originalUnico = textoOriginal;
     const quint64 geracao = m_geracaoIA;
-    if (m_d.paineis)
-        m_d.paineis->menuOcupado(true);
+    definirOcupado(true);
     QPointer<AppDelegate> self(this);
     const auto r = co_await AIService::transformar(*provedor, textoOriginal, acao, m_selecao);
     // The menu closed (or another action began) meanwhile: the answer has nowhere to go.
     if (!self || self->m_geracaoIA != geracao)
         co_return;
     m_unicoRodando = false;
-    if (m_d.paineis)
-        m_d.paineis->menuOcupado(false);
+    definirOcupado(false);
     if (r) {
         Log::tag("AI", QStringLiteral("OK provider=%@ action=%@ resultado.count=%d"),
                  {Provedores::rawValue(provedor->id()), QuickActions::rawValue(acao), contar(r.valor())});
@@ -288,6 +286,22 @@ QCoro::Task<> AppDelegate::executarAcaoIAUnico(QuickAction acao, QString textoOr
     Log::tag("AI", QStringLiteral("FALHOU action=%@ erro=%@"), {QuickActions::rawValue(acao), descricao});
     m_d.viewModel.setTextoEditadoAtual(textoOriginal);
     exibirErroIA(descricao);
+}
+
+// While a task runs the menu offers no second action; with no menu on screen (a confirmed
+// intent) the processing pill says that an answer is on its way.
+void AppDelegate::definirOcupado(bool ocupado)
+{
+    if (!m_d.paineis)
+        return;
+    m_d.paineis->menuOcupado(ocupado);
+    if (ocupado && !m_d.paineis->menuAcoesVisivel()) {
+        m_gerandoSemMenu = true;
+        m_d.paineis->mostrarGerando(true);
+    } else if (!ocupado && m_gerandoSemMenu) {
+        m_gerandoSemMenu = false;
+        m_d.paineis->mostrarGerando(false);
+    }
 }
 
 // The user sees the finished text for a moment before the menu closes and inserts it.
@@ -315,8 +329,7 @@ void AppDelegate::encerrarTarefaIA()
         if (m_d.viewModel.textoEditadoAtual().startsWith(kPrefixoAplicando))
             m_d.viewModel.setTextoEditadoAtual(m_originalUnico);
     }
-    if (m_d.paineis)
-        m_d.paineis->menuOcupado(false);
+    definirOcupado(false);
 }
 
 void AppDelegate::exibirErroIA(const QString& descricao)

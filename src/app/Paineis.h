@@ -37,6 +37,9 @@ public:
     virtual bool menuAcoesVisivel() const = 0;
     // While an AI task runs the actions are not offered again.
     virtual void menuOcupado(bool ocupado) = 0;
+    // An AI answer on its way with no menu on screen (a confirmed intent): the processing pill
+    // says "Gerando" until it arrives.
+    virtual void mostrarGerando(bool gerando) = 0;
 
     struct EventosIntencao {
         std::function<void(QuickAction)> confirmar;

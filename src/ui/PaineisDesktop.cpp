@@ -190,6 +190,15 @@ void PaineisDesktop::menuOcupado(bool ocupado)
         m_menu->definirOcupado(ocupado);
 }
 
+void PaineisDesktop::mostrarGerando(bool gerando)
+{
+    m_processamento->definirGerando(gerando);
+    if (gerando)
+        mostrarPilula(m_processamento, m_animProcessamento, GeometriaPilula::kMostrarProcessamentoMs);
+    else
+        esconderPilula(m_processamento, m_animProcessamento, true);
+}
+
 void PaineisDesktop::abrirModalIntencao(QuickAction acao, EventosIntencao eventos)
 {
     fecharModalIntencao();

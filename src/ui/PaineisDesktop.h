@@ -39,6 +39,7 @@ public:
     void fecharMenuAcoes() override;
     bool menuAcoesVisivel() const override;
     void menuOcupado(bool ocupado) override;
+    void mostrarGerando(bool gerando) override;
 
     void abrirModalIntencao(QuickAction acao, EventosIntencao eventos) override;
     void fecharModalIntencao() override;

@@ -165,8 +165,20 @@ void PilulaProcessamento::definirEstado(const RecordingState& e)
     if (e.caso == Caso::transcribing || e.caso == Caso::completed || e.caso == Caso::error)
         m_caso = e.caso;
     setToolTip(e.caso == Caso::error ? e.mensagem : QString());
+    atualizarQuadro();
+}
+
+void PilulaProcessamento::definirGerando(bool gerando)
+{
+    m_gerando = gerando;
+    atualizarQuadro();
+}
+
+// The dots run only while something is being waited for and the pill is on screen.
+void PilulaProcessamento::atualizarQuadro()
+{
     setAccessibleName(rotulo());
-    if (m_caso == Caso::transcribing && isVisible())
+    if ((m_gerando || m_caso == RecordingState::Caso::transcribing) && isVisible())
         m_quadro.start();
     else
         m_quadro.stop();
@@ -175,6 +187,8 @@ void PilulaProcessamento::definirEstado(const RecordingState& e)
 
 QString PilulaProcessamento::rotulo() const
 {
+    if (m_gerando)
+        return QStringLiteral("Gerando");
     switch (m_caso) {
     case RecordingState::Caso::completed:
         return QStringLiteral("Pronto");
@@ -193,13 +207,16 @@ void PilulaProcessamento::paintEvent(QPaintEvent*)
     f.setPixelSize(12);
     f.setWeight(QFont::DemiBold);
     p.setFont(f);
-    QColor cor = Estilo::textoPrimario();
     QString texto = rotulo();
-    if (m_caso == RecordingState::Caso::transcribing)
+    const bool esperando = m_gerando || m_caso == RecordingState::Caso::transcribing;
+    if (esperando)
         texto += QString(m_passo, u'.') + QString(3 - m_passo, u' ');
+    QColor cor = Estilo::textoPrimario();
+    if (m_gerando)
+        cor = Estilo::acento();
     else if (m_caso == RecordingState::Caso::completed)
         cor = Estilo::verdeConcluido();
-    else
+    else if (!esperando)
         cor = Estilo::vermelhoErro();
     p.setPen(cor);
     p.drawText(rect(), Qt::AlignCenter, texto);
@@ -207,8 +224,7 @@ void PilulaProcessamento::paintEvent(QPaintEvent*)
 
 void PilulaProcessamento::showEvent(QShowEvent*)
 {
-    if (m_caso == RecordingState::Caso::transcribing)
-        m_quadro.start();
+    atualizarQuadro();
 }
 
 void PilulaProcessamento::hideEvent(QHideEvent*)

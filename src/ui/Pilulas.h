@@ -73,6 +73,8 @@ class PilulaProcessamento : public PainelFlutuante {
 public:
     explicit PilulaProcessamento(QWidget* parent = nullptr);
     void definirEstado(const RecordingState& estado);
+    // An AI answer on its way: "Gerando", whatever the dictation's state says meanwhile.
+    void definirGerando(bool gerando);
     QString rotulo() const;
     bool animando() const { return m_quadro.isActive(); }
 
@@ -82,7 +84,10 @@ protected:
     void hideEvent(QHideEvent*) override;
 
 private:
+    void atualizarQuadro();
+
     RecordingState::Caso m_caso = RecordingState::Caso::transcribing;
+    bool m_gerando = false;
     QTimer m_quadro;
     int m_passo = 0;
 };

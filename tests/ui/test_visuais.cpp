@@ -221,6 +221,13 @@ TEST_F(Vistas, NadaAnimaSemGravacaoVisivel)
     EXPECT_EQ(proc.rotulo(), QStringLiteral("Erro"));
     EXPECT_EQ(proc.toolTip(), QStringLiteral("Sem conexão"));
     capturar(proc, QStringLiteral("pilula-processamento-erro"));
+    proc.definirGerando(true);
+    EXPECT_EQ(proc.rotulo(), QStringLiteral("Gerando"));
+    EXPECT_TRUE(proc.animando());
+    capturar(proc, QStringLiteral("pilula-processamento-gerando"));
+    proc.definirGerando(false);
+    EXPECT_EQ(proc.rotulo(), QStringLiteral("Erro"));
+    EXPECT_FALSE(proc.animando());
     // "Pronto" is written in the completed green.
     bool verde = false;
     for (int x = 30; x < 80 && !verde; ++x)

@@ -65,6 +65,7 @@ public:
     }
     bool menuAcoesVisivel() const override { return menuAberto; }
     void menuOcupado(bool o) override { ocupado = o; }
+    void mostrarGerando(bool g) override { chamadas << (g ? QStringLiteral("gerando") : QStringLiteral("fim gerando")); }
     void abrirModalIntencao(QuickAction acao, EventosIntencao ev) override
     {
         chamadas << QStringLiteral("abrir modal");
@@ -246,9 +247,18 @@ TEST_F(MenuAcoes, ConfirmarAplicaAAcaoEInsereNoAlvoDoModal)
     paineis.modal.confirmar(QuickAction::email);
     EXPECT_TRUE(noLog(QStringLiteral("Vozel [Intent] CONFIRMAR acao=email")));
     EXPECT_FALSE(paineis.menuAberto) << "confirming shows no menu";
+    // No menu on screen: the processing pill says an answer is coming, and the dictation's return
+    // to idle meanwhile does not take it away.
+    EXPECT_EQ(paineis.chamadas.filter(QStringLiteral("gerando")), QStringList{QStringLiteral("gerando")});
+    delegate->observarEstado(RecordingState::completed());
+    delegate->observarEstado(RecordingState::idle());
+    EXPECT_FALSE(paineis.chamadas.contains(QStringLiteral("esconder processamento")));
     ASSERT_TRUE(girarAte([&] { return !insercao.insercoes.isEmpty(); }));
     EXPECT_EQ(insercao.insercoes.first(), qMakePair(QStringLiteral("Olá,\n\na reunião mudou."),
                                                     std::optional<QString>(QStringLiteral("kate"))));
+    EXPECT_EQ(paineis.chamadas.filter(QStringLiteral("gerando")),
+              (QStringList{QStringLiteral("gerando"), QStringLiteral("fim gerando")}));
+    EXPECT_FALSE(paineis.chamadas.contains(QStringLiteral("esconder processamento")));
 }
 
 TEST_F(MenuAcoes, StreamCresceNoPreviewEInsereDepoisDe200ms)
