@@ -58,9 +58,9 @@ Onboarding::Onboarding(bool teclasDisponiveis, std::function<void()> abrirPrefer
     v->addWidget(passo(QStringLiteral("3"),
                        teclasDisponiveis ? QStringLiteral("No Wayland")
                                          : QStringLiteral("Esta sessão não permite atalhos globais"),
-                       QStringLiteral("Nas configurações de teclado do seu ambiente, crie um atalho para o comando "
-                                      "<code>sonvo alternar</code> (ditado direto) e outro para "
-                                      "<code style=\"white-space: nowrap\">sonvo alternar --menu</code> (menu de ações)."),
+                       QStringLiteral("Nas configurações de teclado do seu ambiente, crie dois atalhos com os "
+                                      "comandos:<br><code>sonvo alternar</code> — ditado direto<br>"
+                                      "<code>sonvo alternar --menu</code> — menu de ações"),
                        this));
     v->addSpacing(10);
     auto* botoes = new QHBoxLayout;

@@ -47,6 +47,18 @@ QRect areaAtiva()
 }
 } // namespace
 
+void centralizarNaTela(QWidget* janela)
+{
+    const QRect area = areaPrincipal();
+    if (area.isNull())
+        return;
+    if (!janela->testAttribute(Qt::WA_Resized))
+        janela->adjustSize();
+    QRect r(QPoint(0, 0), janela->size());
+    r.moveCenter(area.center());
+    janela->move(r.topLeft());
+}
+
 PaineisDesktop::PaineisDesktop(RecordingViewModel& vm, QObject* parent)
     : QObject(parent), m_vm(vm), m_gravacao(new PilulaGravacao), m_processamento(new PilulaProcessamento)
 {

@@ -18,6 +18,10 @@ class RecordingViewModel;
 
 namespace sonvo::ui {
 
+// A window (preferences, welcome) opens in the middle of the primary screen's free area, not
+// wherever the window manager would drop it.
+void centralizarNaTela(QWidget* janela);
+
 class PilulaAviso;
 class PilulaGravacao;
 class PilulaProcessamento;

@@ -159,6 +159,7 @@ int executarAplicativo(int argc, char** argv)
                 [](const QString& caminho) { QDesktopServices::openUrl(QUrl::fromLocalFile(caminho)); },
                 aplicarIconeApp});
             janelaPreferencias->setAttribute(Qt::WA_DeleteOnClose);
+            ui::centralizarNaTela(janelaPreferencias);
         } else {
             janelaPreferencias->recarregar();
         }
@@ -196,6 +197,7 @@ int executarAplicativo(int argc, char** argv)
         if (primeiraVez) {
             boasVindas = new ui::Onboarding(!semTeclas, openPreferences);
             boasVindas->setAttribute(Qt::WA_DeleteOnClose);
+            ui::centralizarNaTela(boasVindas);
             boasVindas->show();
         }
     });
