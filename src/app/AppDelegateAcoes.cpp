@@ -12,7 +12,6 @@
 #include "vocabulary/TextoUnicode.h"
 #include "vocabulary/VocabularyService.h"
 
-#include <QCoroTimer>
 #include <QPointer>
 
 namespace sonvo {
