@@ -78,6 +78,23 @@ QLabel* ajuda(const QString& texto, QWidget* pai)
     return l;
 }
 
+QLineEdit* campo(const QString& dica, QWidget* pai)
+{
+    auto* c = new QLineEdit(pai);
+    c->setPlaceholderText(dica);
+    c->setAccessibleName(dica);
+    return c;
+}
+
+// A row of fields and a button at its end.
+QHBoxLayout* linhaDeCampos(std::initializer_list<QWidget*> itens)
+{
+    auto* h = new QHBoxLayout;
+    for (QWidget* w : itens)
+        h->addWidget(w);
+    return h;
+}
+
 QTableWidget* tabela(const QStringList& colunas, QWidget* pai)
 {
     auto* t = new QTableWidget(0, static_cast<int>(colunas.size()), pai);
@@ -385,16 +402,10 @@ QWidget* Preferencias::paginaVocabulario()
     m_whitelist->setWordWrap(true);
     m_whitelist->setTextInteractionFlags(Qt::TextSelectableByMouse);
     gv->addWidget(m_whitelist);
-    auto* linha = new QHBoxLayout;
-    m_ouvido = new QLineEdit(g);
-    m_ouvido->setPlaceholderText(QStringLiteral("o que o ditado escreve"));
-    m_escrever = new QLineEdit(g);
-    m_escrever->setPlaceholderText(QStringLiteral("o que deve ser escrito"));
+    m_ouvido = campo(QStringLiteral("o que o ditado escreve"), g);
+    m_escrever = campo(QStringLiteral("o que deve ser escrito"), g);
     m_adicionarCorrecao = new QPushButton(QStringLiteral("Adicionar correção"), g);
-    linha->addWidget(m_ouvido);
-    linha->addWidget(m_escrever);
-    linha->addWidget(m_adicionarCorrecao);
-    gv->addLayout(linha);
+    gv->addLayout(linhaDeCampos({m_ouvido, m_escrever, m_adicionarCorrecao}));
     auto* linha2 = new QHBoxLayout;
     auto* abrir = new QPushButton(QStringLiteral("Abrir vocabulary.md no editor"), g);
     abrir->setObjectName(QStringLiteral("abrirVocabulario"));
@@ -442,19 +453,11 @@ QWidget* Preferencias::paginaVocabulario()
     av->addWidget(m_apps);
     m_porApp = tabela({QStringLiteral("Ouvido"), QStringLiteral("Escrever")}, a);
     av->addWidget(m_porApp, 1);
-    auto* linha3 = new QHBoxLayout;
-    m_appNovo = new QLineEdit(a);
-    m_appNovo->setPlaceholderText(QStringLiteral("aplicativo"));
-    m_ouvidoApp = new QLineEdit(a);
-    m_ouvidoApp->setPlaceholderText(QStringLiteral("ouvido"));
-    m_escreverApp = new QLineEdit(a);
-    m_escreverApp->setPlaceholderText(QStringLiteral("escrever"));
+    m_appNovo = campo(QStringLiteral("aplicativo (classe da janela)"), a);
+    m_ouvidoApp = campo(QStringLiteral("o que o ditado escreve"), a);
+    m_escreverApp = campo(QStringLiteral("o que deve ser escrito"), a);
     m_adicionarPorApp = new QPushButton(QStringLiteral("Adicionar"), a);
-    linha3->addWidget(m_appNovo);
-    linha3->addWidget(m_ouvidoApp);
-    linha3->addWidget(m_escreverApp);
-    linha3->addWidget(m_adicionarPorApp);
-    av->addLayout(linha3);
+    av->addLayout(linhaDeCampos({m_appNovo, m_ouvidoApp, m_escreverApp, m_adicionarPorApp}));
     auto* linha4 = new QHBoxLayout;
     m_removerPorApp = new QPushButton(QStringLiteral("Remover selecionada"), a);
     m_msgPorApp = new QLabel(a);
