@@ -8,7 +8,7 @@ pacotes=(
   qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libicu-dev
   libx11-dev libxtst-dev libxi-dev libxcb1-dev libxcb-xinput-dev qt6-svg-dev
   portaudio19-dev libasound2-plugins libpulse-dev libsndfile1-dev libcanberra-dev
-  libcanberra-pulse sound-theme-freedesktop
+  libcanberra-pulse sound-theme-freedesktop fonts-dejavu-core
 )
 if [[ "${1:-}" == "--testes" ]]; then
   pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev
