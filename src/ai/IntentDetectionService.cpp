@@ -3,6 +3,7 @@
 #include "ai/ConsultaModelo.h"
 #include "app/Configuracoes.h"
 #include "app/Log.h"
+#include "app/OperationMode.h"
 
 #include <QElapsedTimer>
 
@@ -56,7 +57,7 @@ QCoro::Task<IntentResult> IntentDetectionService::detectar(QString texto)
 {
     QElapsedTimer relogio;
     relogio.start();
-    if (!featureLigada() || !m_config.booleano(QStringLiteral("toggleShowIntentModal"), false))
+    if (!featureLigada() || !m_config.booleano(Interruptores::intentModal, false))
         co_return IntentResult::nada();
     IntentResult local = classificarLocal(texto);
     if (local.confianca != IntentConfianca::media)

@@ -1,8 +1,9 @@
 #include "app/AppDelegate.h"
 
+#include "ai/AIService.h"
 #include "app/Configuracoes.h"
 #include "app/Log.h"
-#include "ai/AIService.h"
+#include "app/OperationMode.h"
 #include "app/RecordingViewModel.h"
 #include "capture/SpeechManager.h"
 #include "platform/AreaTransferencia.h"
@@ -110,7 +111,7 @@ void AppDelegate::handleHotKeyTrigger(bool actionMenu)
     m_ultimoAcionamento = agora;
     m_ultimoFoiMenu = actionMenu;
 
-    if (m_d.config.booleano(QStringLiteral("toggleSelectionContext"))) {
+    if (m_d.config.booleano(Interruptores::selecao)) {
         m_selecao = readSelectedText();
         if (m_selecao)
             Log::tag("Phase7/SelectionCtx", QStringLiteral("capturado %d chars"),
@@ -127,7 +128,7 @@ void AppDelegate::handleHotKeyTrigger(bool actionMenu)
     Log::tag("HotKey", QStringLiteral("capturado bundleID=%@"), {m_ultimoBundle});
 
     SpeechManager& speech = m_d.viewModel.speechManager();
-    speech.pularInsercao = actionMenu && m_d.config.booleano(QStringLiteral("toggleShowActionMenu"));
+    speech.pularInsercao = actionMenu && m_d.config.booleano(Interruptores::actionMenu);
     speech.contextoBundleID = m_ultimoBundle;
     Log::tag("HotKey", QStringLiteral("trigger %@ (actionMenu=%d) state=%@"),
              {actionMenu ? kRotuloMenu : kRotuloDireto, actionMenu ? 1 : 0, m_d.viewModel.state().descricao()});

@@ -6,6 +6,7 @@
 #include "app/AppDelegate.h"
 #include "app/Configuracoes.h"
 #include "app/Log.h"
+#include "app/OperationMode.h"
 #include "app/Paineis.h"
 #include "app/RecordingViewModel.h"
 #include "capture/Insercao.h"
@@ -92,7 +93,7 @@ void AppDelegate::observarEstado(const RecordingState& s)
         break;
     case Caso::completed:
         if (p.caso == Caso::transcribing && m_ultimoFoiMenu
-            && m_d.config.booleano(QStringLiteral("toggleShowActionMenu"))) {
+            && m_d.config.booleano(Interruptores::actionMenu)) {
             const QString texto = m_d.viewModel.ultimaTranscricao().value_or(m_d.viewModel.textoEditadoAtual());
             Log::tag(".completed", QStringLiteral("→ handlePostTranscription (⌘⇧R + mode permite) texto.count=%d"),
                      {contar(texto)});
@@ -124,11 +125,11 @@ void AppDelegate::handlePostTranscription(const QString& texto)
     }
     if (m_d.viewModel.textoEditadoAtual().isEmpty())
         m_d.viewModel.setTextoEditadoAtual(texto);
-    if (!m_d.config.booleano(QStringLiteral("toggleShowActionMenu"))) {
+    if (!m_d.config.booleano(Interruptores::actionMenu)) {
         Log::tag("Phase7", QStringLiteral("mode=stealth (no action menu) — paste direto delegado ao SpeechManager"));
         return;
     }
-    if (!m_d.config.booleano(QStringLiteral("toggleShowIntentModal")) || !m_d.intencao) {
+    if (!m_d.config.booleano(Interruptores::intentModal) || !m_d.intencao) {
         Log::tag("Phase7", QStringLiteral("mode-aware: showIntentModal=false → showActionMenu direto"));
         showActionMenu(texto);
         return;
@@ -217,7 +218,7 @@ void AppDelegate::executarAcaoIA(QuickAction acao)
     if (!m_d.provedorIA)
         return;
     m_hoverDismiss.stop();
-    if (m_d.config.booleano(QStringLiteral("toggleStreamingInline")))
+    if (m_d.config.booleano(Interruptores::streaming))
         executarAcaoIAComStreaming(acao, texto);
     else
         executarAcaoIAUnico(acao, texto);

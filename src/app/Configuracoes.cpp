@@ -1,5 +1,7 @@
 #include "app/Configuracoes.h"
 
+#include "app/OperationMode.h"
+
 namespace sonvo {
 
 Configuracoes::Configuracoes(const QString& arquivo)
@@ -11,10 +13,10 @@ QVariantMap Configuracoes::padroesDoApp()
 {
     return {
         {QStringLiteral("operationMode"), QStringLiteral("full")},
-        {QStringLiteral("toggleShowActionMenu"), true},
-        {QStringLiteral("toggleShowIntentModal"), true},
-        {QStringLiteral("toggleStreamingInline"), true},
-        {QStringLiteral("toggleSelectionContext"), true},
+        {Interruptores::actionMenu, true},
+        {Interruptores::intentModal, true},
+        {Interruptores::streaming, true},
+        {Interruptores::selecao, true},
         {QStringLiteral("iconVariant"), QStringLiteral("dark")},
     };
 }

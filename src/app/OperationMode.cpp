@@ -5,13 +5,6 @@
 
 namespace sonvo {
 
-namespace {
-const QString kMenu = QStringLiteral("toggleShowActionMenu");
-const QString kIntent = QStringLiteral("toggleShowIntentModal");
-const QString kStreaming = QStringLiteral("toggleStreamingInline");
-const QString kSelecao = QStringLiteral("toggleSelectionContext");
-} // namespace
-
 QString OperationModes::rawValue(OperationMode m)
 {
     switch (m) {
@@ -40,10 +33,10 @@ QString OperationModes::descricao(OperationMode m)
 
 OperationMode OperationModes::currentOperationMode(const Configuracoes& config)
 {
-    const bool a = config.booleano(kMenu);
-    const bool i = config.booleano(kIntent);
-    const bool s = config.booleano(kStreaming);
-    const bool c = config.booleano(kSelecao);
+    const bool a = config.booleano(Interruptores::actionMenu);
+    const bool i = config.booleano(Interruptores::intentModal);
+    const bool s = config.booleano(Interruptores::streaming);
+    const bool c = config.booleano(Interruptores::selecao);
     if (a)
         return i && c ? (s ? OperationMode::full : OperationMode::minimal) : OperationMode::custom;
     return !i && !s && !c ? OperationMode::stealth : OperationMode::custom;
@@ -52,10 +45,10 @@ OperationMode OperationModes::currentOperationMode(const Configuracoes& config)
 void OperationModes::applyOperationPreset(Configuracoes& config, OperationMode m)
 {
     auto escrever = [&](bool a, bool i, bool s, bool c) {
-        config.definir(kMenu, a);
-        config.definir(kIntent, i);
-        config.definir(kStreaming, s);
-        config.definir(kSelecao, c);
+        config.definir(Interruptores::actionMenu, a);
+        config.definir(Interruptores::intentModal, i);
+        config.definir(Interruptores::streaming, s);
+        config.definir(Interruptores::selecao, c);
     };
     switch (m) {
     case OperationMode::full: escrever(true, true, true, true); break;

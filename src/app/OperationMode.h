@@ -8,6 +8,14 @@ namespace sonvo {
 
 class Configuracoes;
 
+// The four behaviour switches, as settings keys: one spelling for every reader.
+namespace Interruptores {
+inline const QString actionMenu = QStringLiteral("toggleShowActionMenu");
+inline const QString intentModal = QStringLiteral("toggleShowIntentModal");
+inline const QString streaming = QStringLiteral("toggleStreamingInline");
+inline const QString selecao = QStringLiteral("toggleSelectionContext");
+} // namespace Interruptores
+
 // A named combination of the four behaviour switches; the mode shown is always derived from them.
 enum class OperationMode { full, minimal, stealth, custom };
 

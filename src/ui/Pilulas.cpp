@@ -47,6 +47,32 @@ PainelFlutuante::PainelFlutuante(QSize tamanho, QWidget* parent)
     setFixedSize(tamanho);
 }
 
+void PainelFlutuante::animarComIntervalo(int intervaloMs)
+{
+    m_quadro.setTimerType(Qt::PreciseTimer);
+    m_quadro.setInterval(intervaloMs);
+    connect(&m_quadro, &QTimer::timeout, this, [this] { quadro(); });
+}
+
+void PainelFlutuante::atualizarQuadro()
+{
+    if (isVisible() && quandoAnimar())
+        m_quadro.start();
+    else
+        m_quadro.stop();
+    update();
+}
+
+void PainelFlutuante::showEvent(QShowEvent*)
+{
+    atualizarQuadro();
+}
+
+void PainelFlutuante::hideEvent(QHideEvent*)
+{
+    atualizarQuadro();
+}
+
 void PainelFlutuante::pintarCapsula(QPainter& p) const
 {
     p.setRenderHint(QPainter::Antialiasing);
@@ -69,9 +95,7 @@ PilulaGravacao::PilulaGravacao(QWidget* parent) : PainelFlutuante(GeometriaPilul
     m_barras.maxHeight = 26.0;
     m_barras.colors = QList<QColor>(WaveBars::paradas().begin(), WaveBars::paradas().end());
     m_alturas = QList<double>(m_barras.count, m_barras.idleHeight);
-    m_quadro.setTimerType(Qt::PreciseTimer);
-    m_quadro.setInterval(16);
-    connect(&m_quadro, &QTimer::timeout, this, &PilulaGravacao::avancar);
+    animarComIntervalo(16);
     m_relogio.start();
 }
 
@@ -83,8 +107,7 @@ void PilulaGravacao::definirNivel(float nivel)
 void PilulaGravacao::definirAtivo(bool ativo)
 {
     m_barras.isActive = ativo;
-    atualizarTimer();
-    update();
+    atualizarQuadro();
 }
 
 void PilulaGravacao::congelarEm(double segundos)
@@ -93,26 +116,14 @@ void PilulaGravacao::congelarEm(double segundos)
     const double l = WaveBars::displayLevel(m_barras.audioLevel);
     for (int i = 0; i < m_barras.count; ++i)
         m_alturas[i] = m_barras.barHeight(i, l, WaveBars::phase(segundos));
-    atualizarTimer();
-    update();
+    atualizarQuadro();
 }
 
-// Nothing animates while idle: the frame timer runs only while shown and recording.
-void PilulaGravacao::atualizarTimer()
+void PilulaGravacao::quadro()
 {
-    const bool deve = isVisible() && m_barras.isActive && !m_congelado;
-    if (deve && !m_quadro.isActive()) {
-        m_ultimoQuadro = m_relogio.elapsed() / 1000.0;
-        m_quadro.start();
-    } else if (!deve) {
-        m_quadro.stop();
-    }
-}
-
-void PilulaGravacao::avancar()
-{
+    // The first frame after a pause would see a long gap: one frame never counts more than 0.1 s.
     const double agora = m_relogio.elapsed() / 1000.0;
-    const double dt = std::max(0.0, agora - m_ultimoQuadro);
+    const double dt = std::clamp(agora - m_ultimoQuadro, 0.0, 0.1);
     m_ultimoQuadro = agora;
     const double l = WaveBars::displayLevel(m_barras.audioLevel);
     const double fase = WaveBars::phase(QDateTime::currentMSecsSinceEpoch() / 1000.0);
@@ -137,26 +148,18 @@ void PilulaGravacao::paintEvent(QPaintEvent*)
     m_barras.pintar(p, area, m_alturas, WaveBars::displayLevel(m_barras.audioLevel));
 }
 
-void PilulaGravacao::showEvent(QShowEvent*)
-{
-    atualizarTimer();
-}
-
-void PilulaGravacao::hideEvent(QHideEvent*)
-{
-    atualizarTimer();
-}
-
 // ---- Processing pill ----
 
 PilulaProcessamento::PilulaProcessamento(QWidget* parent) : PainelFlutuante(GeometriaPilula::kProcessamento, parent)
 {
     setObjectName(QStringLiteral("pilulaProcessamento"));
-    m_quadro.setInterval(350);
-    connect(&m_quadro, &QTimer::timeout, this, [this] {
-        m_passo = (m_passo + 1) % 4;
-        update();
-    });
+    animarComIntervalo(350);
+}
+
+void PilulaProcessamento::quadro()
+{
+    m_passo = (m_passo + 1) % 4;
+    update();
 }
 
 void PilulaProcessamento::definirEstado(const RecordingState& e)
@@ -165,24 +168,20 @@ void PilulaProcessamento::definirEstado(const RecordingState& e)
     if (e.caso == Caso::transcribing || e.caso == Caso::completed || e.caso == Caso::error)
         m_caso = e.caso;
     setToolTip(e.caso == Caso::error ? e.mensagem : QString());
-    atualizarQuadro();
+    mudou();
 }
 
 void PilulaProcessamento::definirGerando(bool gerando)
 {
     m_gerando = gerando;
-    atualizarQuadro();
+    mudou();
 }
 
-// The dots run only while something is being waited for and the pill is on screen.
-void PilulaProcessamento::atualizarQuadro()
+// The dots run only while something is being waited for.
+void PilulaProcessamento::mudou()
 {
     setAccessibleName(rotulo());
-    if ((m_gerando || m_caso == RecordingState::Caso::transcribing) && isVisible())
-        m_quadro.start();
-    else
-        m_quadro.stop();
-    update();
+    atualizarQuadro();
 }
 
 QString PilulaProcessamento::rotulo() const
@@ -208,7 +207,7 @@ void PilulaProcessamento::paintEvent(QPaintEvent*)
     f.setWeight(QFont::DemiBold);
     p.setFont(f);
     QString texto = rotulo();
-    const bool esperando = m_gerando || m_caso == RecordingState::Caso::transcribing;
+    const bool esperando = quandoAnimar();
     if (esperando)
         texto += QString(m_passo, u'.') + QString(3 - m_passo, u' ');
     QColor cor = Estilo::textoPrimario();
@@ -220,16 +219,6 @@ void PilulaProcessamento::paintEvent(QPaintEvent*)
         cor = Estilo::vermelhoErro();
     p.setPen(cor);
     p.drawText(rect(), Qt::AlignCenter, texto);
-}
-
-void PilulaProcessamento::showEvent(QShowEvent*)
-{
-    atualizarQuadro();
-}
-
-void PilulaProcessamento::hideEvent(QHideEvent*)
-{
-    m_quadro.stop();
 }
 
 // ---- Notice pill ----

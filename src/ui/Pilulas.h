@@ -33,9 +33,21 @@ class PainelFlutuante : public QWidget {
     Q_OBJECT
 public:
     explicit PainelFlutuante(QSize tamanho, QWidget* parent = nullptr);
+    bool animando() const { return m_quadro.isActive(); }
 
 protected:
     void pintarCapsula(QPainter& p) const;
+    // Nothing animates unseen: frames (every `intervaloMs`) run only while the panel is shown and
+    // quandoAnimar() holds. Subclasses call atualizarQuadro() when that may have changed.
+    void animarComIntervalo(int intervaloMs);
+    void atualizarQuadro();
+    virtual bool quandoAnimar() const { return false; }
+    virtual void quadro() {}
+    void showEvent(QShowEvent*) override;
+    void hideEvent(QHideEvent*) override;
+
+private:
+    QTimer m_quadro;
 };
 
 // The recording pill: a red dot and the waveform, animated only while it is shown and recording.
@@ -48,20 +60,15 @@ public:
     // Renders one frame at this time (seconds): the tests and the screenshots use it.
     void congelarEm(double segundos);
     const WaveBars& barras() const { return m_barras; }
-    bool animando() const { return m_quadro.isActive(); }
 
 protected:
     void paintEvent(QPaintEvent*) override;
-    void showEvent(QShowEvent*) override;
-    void hideEvent(QHideEvent*) override;
+    bool quandoAnimar() const override { return m_barras.isActive && !m_congelado; }
+    void quadro() override;
 
 private:
-    void avancar();
-    void atualizarTimer();
-
     WaveBars m_barras;
     QList<double> m_alturas;
-    QTimer m_quadro;
     QElapsedTimer m_relogio;
     double m_ultimoQuadro = 0.0;
     std::optional<double> m_congelado;
@@ -76,19 +83,17 @@ public:
     // An AI answer on its way: "Gerando", whatever the dictation's state says meanwhile.
     void definirGerando(bool gerando);
     QString rotulo() const;
-    bool animando() const { return m_quadro.isActive(); }
 
 protected:
     void paintEvent(QPaintEvent*) override;
-    void showEvent(QShowEvent*) override;
-    void hideEvent(QHideEvent*) override;
+    bool quandoAnimar() const override { return m_gerando || m_caso == RecordingState::Caso::transcribing; }
+    void quadro() override;
 
 private:
-    void atualizarQuadro();
+    void mudou();
 
     RecordingState::Caso m_caso = RecordingState::Caso::transcribing;
     bool m_gerando = false;
-    QTimer m_quadro;
     int m_passo = 0;
 };
 

@@ -38,16 +38,16 @@ const char* const kChavesEndpoint[2] = {"openaiBaseURL", "anthropicBaseURL"};
 const char* const kVariaveisEndpoint[2] = {"SONVO_OPENAI_BASE_URL", "SONVO_ANTHROPIC_BASE_URL"};
 
 struct Interruptor {
-    const char* chave;
+    const QString& chave;
     const char* rotulo;
     const char* ajuda;
 };
 const Interruptor kInterruptores[] = {
-    {"toggleShowActionMenu", "Mostrar action menu", "Exibe o menu de transformações após gravar"},
-    {"toggleShowIntentModal", "Mostrar intent modal",
+    {Interruptores::actionMenu, "Mostrar action menu", "Exibe o menu de transformações após gravar"},
+    {Interruptores::intentModal, "Mostrar intent modal",
      "Confirma quando intenção é detectada na fala (\"transforma em email\")"},
-    {"toggleStreamingInline", "Streaming inline", "Tokens da IA aparecem progressivamente no preview"},
-    {"toggleSelectionContext", "Capturar seleção", "Envia texto selecionado no app frontmost como contexto à IA"},
+    {Interruptores::streaming, "Streaming inline", "Tokens da IA aparecem progressivamente no preview"},
+    {Interruptores::selecao, "Capturar seleção", "Envia texto selecionado no app frontmost como contexto à IA"},
 };
 
 QString nomeDoModo(OperationMode m)
@@ -396,8 +396,8 @@ QWidget* Preferencias::paginaVocabulario()
     gv->addWidget(ajuda(QStringLiteral("Correções automáticas do arquivo vocabulary.md. Edite-o no seu editor; "
                                        "as mudanças valem no próximo ditado."),
                         g));
-    m_global = tabela({QStringLiteral("Ouvido"), QStringLiteral("Escrever")}, g);
-    gv->addWidget(m_global, 1);
+    m_tabelaGlobal = tabela({QStringLiteral("Ouvido"), QStringLiteral("Escrever")}, g);
+    gv->addWidget(m_tabelaGlobal, 1);
     m_whitelist = new QLabel(g);
     m_whitelist->setWordWrap(true);
     m_whitelist->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -472,10 +472,9 @@ QWidget* Preferencias::paginaVocabulario()
         for (auto it = s.correcoes.cbegin(); it != s.correcoes.cend(); ++it)
             linhas << QStringList{it.key(), it.value()};
         preencher(m_porApp, linhas);
-        const VocabularioSnapshot global = m_d.vocabulario.carregaGlobal();
         m_termos->setText(QStringLiteral("Globais: ")
-                          + (global.prioritarios.isEmpty() ? QStringLiteral("nenhum")
-                                                           : global.prioritarios.join(QStringLiteral(", ")))
+                          + (m_global.prioritarios.isEmpty() ? QStringLiteral("nenhum")
+                                                             : m_global.prioritarios.join(QStringLiteral(", ")))
                           + (app.isEmpty() ? QString()
                                            : QStringLiteral("\n") + app + QStringLiteral(": ")
                                                  + (s.prioritarios.isEmpty() ? QStringLiteral("nenhum")
@@ -563,11 +562,13 @@ QWidget* Preferencias::paginaVocabulario()
 
 void Preferencias::carregarGlobal()
 {
-    const VocabularioSnapshot s = m_d.vocabulario.carregaGlobal();
+    // Read once per reload: the per-application pane shows the global terms from here.
+    m_global = m_d.vocabulario.carregaGlobal();
+    const VocabularioSnapshot& s = m_global;
     QList<QStringList> linhas;
     for (auto it = s.correcoes.cbegin(); it != s.correcoes.cend(); ++it)
         linhas << QStringList{it.key(), it.value()};
-    preencher(m_global, linhas);
+    preencher(m_tabelaGlobal, linhas);
     QStringList nunca(s.whitelist.cbegin(), s.whitelist.cend());
     nunca.sort();
     m_whitelist->setText(QStringLiteral("Nunca corrigir (whitelist): ")
@@ -687,7 +688,7 @@ QWidget* Preferencias::paginaComportamento()
     auto* sv = new QVBoxLayout(s);
     for (const Interruptor& i : kInterruptores) {
         auto* c = new QCheckBox(QString::fromUtf8(i.rotulo), s);
-        c->setProperty("chave", QString::fromLatin1(i.chave));
+        c->setProperty("chave", i.chave);
         c->setToolTip(QString::fromUtf8(i.ajuda));
         sv->addWidget(c);
         sv->addWidget(ajuda(QString::fromUtf8(i.ajuda), s));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "vocabulary/VocabularyService.h"
+
 #include <QWidget>
 
 #include <functional>
@@ -20,7 +22,6 @@ namespace sonvo {
 struct AuditSugestao;
 class Configuracoes;
 class VocabularyAuditService;
-class VocabularyService;
 }
 
 namespace sonvo::ui {
@@ -60,7 +61,7 @@ public:
     QPushButton* botaoRemoverAcao() const { return m_removerAcao; }
     QComboBox* acoesDisponiveis() const { return m_disponiveis; }
     QPushButton* botaoAdicionarAcao() const { return m_adicionarAcao; }
-    QTableWidget* tabelaGlobal() const { return m_global; }
+    QTableWidget* tabelaGlobal() const { return m_tabelaGlobal; }
     QLineEdit* campoOuvido() const { return m_ouvido; }
     QLineEdit* campoEscrever() const { return m_escrever; }
     QPushButton* botaoAdicionarCorrecao() const { return m_adicionarCorrecao; }
@@ -113,7 +114,8 @@ private:
     QPushButton* m_removerAcao = nullptr;
     QComboBox* m_disponiveis = nullptr;
     QPushButton* m_adicionarAcao = nullptr;
-    QTableWidget* m_global = nullptr;
+    QTableWidget* m_tabelaGlobal = nullptr;
+    VocabularioSnapshot m_global; // vocabulary.md as last read
     QLineEdit* m_ouvido = nullptr;
     QLineEdit* m_escrever = nullptr;
     QPushButton* m_adicionarCorrecao = nullptr;

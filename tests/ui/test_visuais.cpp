@@ -29,7 +29,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <numbers>
 
 using namespace sonvo;
 using namespace sonvo::teste;
@@ -89,11 +88,6 @@ TEST(WaveBarsNumeros, AlturasSeguemOEnvelopeENuncaPassamDosLimites)
     }
     EXPECT_GT(maxMeio, 4.0 + 0.98 * 20.0);
     EXPECT_LE(maxPonta, 4.0 + 0.44 * 20.0 + 1e-9);
-    // One exact value: i = 2, P = π/2 − 1.64 gives sin = 1 for the first wave.
-    const double p = std::numbers::pi / 2 - 0.82 * 2;
-    const double w2 = (std::sin(1.37 * 2 + 0.57 * p) + 1) / 2 * 0.16;
-    const double env = 1 - 0.56 * std::pow(2 * std::abs(0.2 - 0.5), 2);
-    EXPECT_NEAR(w.barHeight(2, 0.5, p), 4 + (0.42 + 0.42 + w2) * 0.5 * env * 20, 1e-9);
 }
 
 TEST(WaveBarsNumeros, CoresPercorremAsSeisParadas)
@@ -183,11 +177,9 @@ TEST_F(Vistas, PilulaDeGravacaoDesenhaAsBarrasPeloNivel)
     const QImage falando = capturar(pilula, QStringLiteral("pilula-gravacao-falando"));
     // Middle bar's column, 8 to 11 px above the centre: dark at rest (bars 4 px tall), lit while
     // speaking (the middle bar is at least 4 + 0.42 × 22 px tall).
-    const auto& b = pilula.barras();
     const int xMeio = static_cast<int>(30 + (136 - 42) / 2.0);
     EXPECT_LT(brilhoMaximo(quieta, xMeio - 3, xMeio + 3, 21 - 11, 21 - 8), 150);
     EXPECT_GT(brilhoMaximo(falando, xMeio - 3, xMeio + 3, 21 - 11, 21 - 8), 250);
-    EXPECT_EQ(b.count, 11);
     // The red dot at the left says "recording".
     const QRgb ponto = falando.pixel(19, 21);
     EXPECT_GT(qRed(ponto), 200);
