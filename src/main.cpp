@@ -1,4 +1,4 @@
-#include "app/desktop/AplicativoBandeja.h"
+#include "ui/AplicativoBandeja.h"
 #include "cli/Cli.h"
 
 int main(int argc, char** argv)

@@ -1,9 +1,9 @@
 #include "cli/Cli.h"
 
-#include "app/Arquivos.h"
-#include "app/Log.h"
+#include "core/Arquivos.h"
+#include "core/Log.h"
 #include "cli/Comandos.h"
-#include "vocabulary/TextoUnicode.h"
+#include "core/TextoUnicode.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>

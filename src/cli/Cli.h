@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Configuracoes.h"
+#include "core/Configuracoes.h"
 
 #include <QStringList>
 #include <QCoroTask>

@@ -1,5 +1,6 @@
-#include "ai/KeychainService.h"
-#include "app/Arquivos.h"
+#include "ai/AIProvider.h"
+#include "core/Arquivos.h"
+#include "core/KeychainService.h"
 #include "cli/Comandos.h"
 
 #include <QJsonDocument>
@@ -106,8 +107,8 @@ QCoro::Task<int> comandoChave(Contexto& ctx)
     const QString chave = QString::fromUtf8(linha);
 
     const KeychainService keychain(Caminhos::pastaDados());
-    if (keychain.salvarChave(*provedor, chave)) {
-        escreverErro(KeychainService::mensagemErroSalvar(*provedor));
+    if (keychain.salvarChave(Provedores::contaChave(*provedor), chave)) {
+        escreverErro(Provedores::mensagemErroSalvar(*provedor));
         co_return falha;
     }
     const QString nome = *provedor == AIProviderID::anthropic ? QStringLiteral("Anthropic") : QStringLiteral("OpenAI");

@@ -1,6 +1,7 @@
 #include "ai/IntentDetectionService.h"
-#include "app/Arquivos.h"
+#include "core/Arquivos.h"
 #include "cli/Comandos.h"
+#include "dictation/TranscriptionHistory.h"
 #include "vocabulary/VocabularyAuditService.h"
 
 namespace sonvo::cli {
@@ -48,7 +49,8 @@ QCoro::Task<int> comandoAuditar(Contexto& ctx)
         co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
     if (!posicionais(ctx).isEmpty())
         co_return erroDeUso(QStringLiteral("Uso: sonvo auditar"));
-    VocabularyAuditService auditoria(ctx.config, ctx.rede, Caminhos::pastaDados());
+    const TranscriptionHistory historico(Caminhos::pastaDados());
+    VocabularyAuditService auditoria(ctx.config, ctx.rede, Caminhos::pastaDados(), historico);
     const auto r = co_await auditoria.auditarAgora();
     if (!r) {
         escreverErro(r.erro().errorDescription());
@@ -71,7 +73,8 @@ QCoro::Task<int> comandoSugestoes(Contexto& ctx)
         co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
     const QStringList pos = posicionais(ctx);
     const QString uso = QStringLiteral("Uso: sonvo sugestoes [aprovar ID | rejeitar ID]");
-    VocabularyAuditService auditoria(ctx.config, ctx.rede, Caminhos::pastaDados());
+    const TranscriptionHistory historico(Caminhos::pastaDados());
+    VocabularyAuditService auditoria(ctx.config, ctx.rede, Caminhos::pastaDados(), historico);
 
     if (pos.isEmpty()) {
         const auto fila = auditoria.lerFilaGravada();

@@ -1,4 +1,4 @@
-#include "app/Arquivos.h"
+#include "core/Arquivos.h"
 #include "cli/Comandos.h"
 #include "platform/ControleRemoto.h"
 

@@ -1,5 +1,5 @@
 #include "ai/AIService.h"
-#include "app/Arquivos.h"
+#include "core/Arquivos.h"
 #include "cli/Comandos.h"
 
 namespace sonvo::cli {

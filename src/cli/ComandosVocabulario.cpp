@@ -1,7 +1,7 @@
-#include "app/Arquivos.h"
-#include "capture/TranscriptionHistory.h"
+#include "core/Arquivos.h"
+#include "dictation/TranscriptionHistory.h"
 #include "cli/Comandos.h"
-#include "vocabulary/TextoUnicode.h"
+#include "core/TextoUnicode.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QSet>
@@ -57,21 +57,21 @@ QString snapshotFormatado(const VocabularioSnapshot& v)
 int vocabularioListar(VocabularyService& vocab, const std::optional<QString>& app)
 {
     if (app) {
-        if (const auto problema = vocab.diagnosticarPorApp()) {
+        if (const auto problema = vocab.porApp().diagnosticar()) {
             escreverErro(*problema);
             return falha;
         }
-        escreverSaida(snapshotFormatado(vocab.lerSnapshotPerApp(*app)));
+        escreverSaida(snapshotFormatado(vocab.porApp().lerSnapshot(*app)));
         return sucesso;
     }
-    vocab.bootstrapSeNecessario();
-    const auto texto = vocab.lerTextoGlobal();
+    vocab.documento().bootstrapSeNecessario();
+    const auto texto = vocab.documento().lerTexto();
     if (!texto) {
-        escreverErro(QStringLiteral("Não foi possível ler %1: %2").arg(vocab.arquivoGlobal(), texto.erro().descricao));
+        escreverErro(QStringLiteral("Não foi possível ler %1: %2").arg(vocab.documento().arquivo(), texto.erro().descricao));
         return falha;
     }
-    QString saida = snapshotFormatado(VocabularyService::parseMarkdown(texto.valor()));
-    const QStringList apps = vocab.listarAppsComVocabulario();
+    QString saida = snapshotFormatado(DocumentoVocabulario::parseMarkdown(texto.valor()));
+    const QStringList apps = vocab.porApp().listarApps();
     if (!apps.isEmpty())
         saida += listaFormatada(QStringLiteral("Aplicativos com vocabulário próprio"), apps, QString());
     escreverSaida(saida);
@@ -86,7 +86,7 @@ int vocabularioAdicionar(VocabularyService& vocab, const std::optional<QString>&
     if (temQuebra(ouvido) || temQuebra(escrever))
         return erroDeUso(QStringLiteral("OUVIDO e ESCREVER devem ocupar uma linha só"));
     if (app) {
-        if (const auto erro = vocab.registrarPerAppCorrection(*app, ouvido, escrever)) {
+        if (const auto erro = vocab.porApp().registrar(*app, ouvido, escrever)) {
             escreverErro(*erro);
             return falha;
         }
@@ -97,8 +97,8 @@ int vocabularioAdicionar(VocabularyService& vocab, const std::optional<QString>&
     // In the document "->" separates the two sides: a third arrow would make the line unreadable.
     if (ouvido.contains(QStringLiteral("->")) || escrever.contains(QStringLiteral("->")))
         return erroDeUso(QStringLiteral("No vocabulário global, OUVIDO e ESCREVER não podem conter \"->\""));
-    vocab.bootstrapSeNecessario();
-    if (const auto erro = vocab.importarCorrecaoAprovada(ouvido, escrever)) {
+    vocab.documento().bootstrapSeNecessario();
+    if (const auto erro = vocab.documento().importarCorrecaoAprovada(ouvido, escrever)) {
         escreverErro(*erro);
         return falha;
     }
@@ -110,8 +110,8 @@ int vocabularioRemover(VocabularyService& vocab, const std::optional<QString>& a
 {
     if (!app)
         return erroDeUso(QStringLiteral("Uso: sonvo vocabulario remover OUVIDO --app ID (o vocabulário global se edita em %1)")
-                             .arg(vocab.arquivoGlobal()));
-    const auto r = vocab.removerPerAppCorrection(*app, ouvido);
+                             .arg(vocab.documento().arquivo()));
+    const auto r = vocab.porApp().remover(*app, ouvido);
     if (!r) {
         escreverErro(r.erro());
         return falha;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Resultado.h"
+#include "core/Resultado.h"
 
 #include <QString>
 

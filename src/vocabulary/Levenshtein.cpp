@@ -1,6 +1,6 @@
 #include "vocabulary/Levenshtein.h"
 
-#include "vocabulary/TextoUnicode.h"
+#include "core/TextoUnicode.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,10 +1,9 @@
 #include "vocabulary/SugestaoFuzzy.h"
 
-#include "app/Log.h"
-#include "capture/InsertBuffer.h"
+#include "core/Log.h"
 #include "vocabulary/Levenshtein.h"
-#include "vocabulary/TextoUnicode.h"
-#include "vocabulary/VocabularyService.h"
+#include "core/TextoUnicode.h"
+#include "vocabulary/MotorCorrecoes.h"
 
 #include <QHash>
 
@@ -56,11 +55,6 @@ struct Frequente {
 
 } // namespace
 
-QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const InsertBuffer& buffer, const QString& transcricao)
-{
-    return sugerirCorrecaoFuzzy(buffer.palavrasFrequentes(2), transcricao);
-}
-
 QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QMap<QString, int>& frequentes, const QString& transcricao)
 {
     if (frequentes.isEmpty())
@@ -78,7 +72,7 @@ QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QMap<QString, int>& frequentes, 
     }
 
     QList<SugestaoFuzzy> sugestoes;
-    for (const QString& token : VocabularyService::tokenizar(transcricao)) {
+    for (const QString& token : MotorCorrecoes::tokenizar(transcricao)) {
         if (TextoUnicode::contarGrafemas(token) < 4)
             continue;
         const QString minusculo = TextoUnicode::minusculas(token);

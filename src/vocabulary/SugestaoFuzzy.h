@@ -6,8 +6,6 @@
 
 namespace sonvo {
 
-class InsertBuffer;
-
 // One Tier 2 suggestion: a transcribed word close to a word the user inserts often.
 struct SugestaoFuzzy {
     QString palavraTranscrita; // as it stands in the transcription
@@ -20,8 +18,7 @@ struct SugestaoFuzzy {
 // Words of the transcription (four or more characters) within edit distance 1 or 2 of a word
 // seen at least twice in the insert buffer, best match per word (smallest distance, then most
 // occurrences, then first found), sorted by occurrences, highest first, stably.
-QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const InsertBuffer& buffer, const QString& transcricao);
-// The same search against a given word -> count map (lower-cased words).
+// `frequentes` maps the lower-cased inserted words to how often they were seen.
 QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QMap<QString, int>& frequentes, const QString& transcricao);
 
 } // namespace sonvo

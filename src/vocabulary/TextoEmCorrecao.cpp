@@ -1,6 +1,6 @@
 #include "vocabulary/TextoEmCorrecao.h"
 
-#include "vocabulary/TextoUnicode.h"
+#include "core/TextoUnicode.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 #include "vocabulary/VocabularyAuditService.h"
 
-#include "app/Arquivos.h"
-#include "app/Log.h"
+#include "core/Arquivos.h"
+#include "core/Log.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -75,12 +75,8 @@ QString AuditErro::errorDescription() const
 
 // ---- The prompt and the answer ----
 
-QString VocabularyAuditService::montarPrompt(const QList<TranscriptionEntry>& entradas)
+QString VocabularyAuditService::montarPrompt(const QStringList& textos)
 {
-    QStringList textos;
-    textos.reserve(entradas.size());
-    for (const TranscriptionEntry& e : entradas)
-        textos << e.texto;
     return cabecalhoPrompt() + textos.join(QStringLiteral("\n---\n")) + caudaPrompt();
 }
 

@@ -1,11 +1,11 @@
 #include "vocabulary/VocabularyAuditService.h"
 
 #include "ai/ConsultaModelo.h"
-#include "app/Arquivos.h"
-#include "app/Configuracoes.h"
-#include "app/Log.h"
-#include "vocabulary/TextoUnicode.h"
-#include "vocabulary/VocabularyService.h"
+#include "core/Arquivos.h"
+#include "core/Configuracoes.h"
+#include "core/Log.h"
+#include "core/TextoUnicode.h"
+#include "vocabulary/DocumentoVocabulario.h"
 
 #include <QSet>
 
@@ -25,8 +25,10 @@ QString chaveDe(const AuditSugestao& s)
 } // namespace
 
 VocabularyAuditService::VocabularyAuditService(Configuracoes& config, QNetworkAccessManager& rede, QString pastaDados,
-                                               Relogio relogio, std::chrono::milliseconds prazoRequisicao)
-    : m_config(config), m_rede(rede), m_pasta(std::move(pastaDados)), m_relogio(std::move(relogio)), m_prazo(prazoRequisicao)
+                                               const FonteTranscricoes& historico, Relogio relogio,
+                                               std::chrono::milliseconds prazoRequisicao)
+    : m_config(config), m_rede(rede), m_pasta(std::move(pastaDados)), m_historico(historico), m_relogio(std::move(relogio)),
+      m_prazo(prazoRequisicao)
 {
 }
 
@@ -88,7 +90,7 @@ std::optional<QString> VocabularyAuditService::removerDaFila(const QUuid& id)
 
 QCoro::Task<Resultado<QList<AuditSugestao>, AuditErro>> VocabularyAuditService::auditarAgora()
 {
-    const QList<TranscriptionEntry> entradas = TranscriptionHistory(m_pasta).lerUltimas(kEntradasEnviadas);
+    const QStringList entradas = m_historico.textosRecentes(kEntradasEnviadas);
     if (entradas.isEmpty())
         co_return AuditErro::semHistorico();
 
@@ -128,7 +130,7 @@ QCoro::Task<Resultado<QList<AuditSugestao>, AuditErro>> VocabularyAuditService::
 
 std::optional<QString> VocabularyAuditService::aprovar(const AuditSugestao& sugestao)
 {
-    VocabularyService vocab(m_pasta, m_config);
+    DocumentoVocabulario vocab(m_pasta);
     vocab.bootstrapSeNecessario();
     // A correction that could not be written stays queued, so the approval can be repeated.
     if (const auto falha = vocab.importarCorrecaoAprovada(sugestao.ouvido, sugestao.provavel))
@@ -151,7 +153,7 @@ QCoro::Task<VocabularyAuditService::Automatico> VocabularyAuditService::executar
         Log::tag("VocabAudit", QStringLiteral("auto-trigger pulado (toggle OFF)"));
         co_return Automatico::desligado;
     }
-    const qsizetype total = TranscriptionHistory(m_pasta).lerTodas().value_or(QList<TranscriptionEntry>{}).size();
+    const qsizetype total = m_historico.quantidade();
     if (total < kMinimoAutomatico) {
         Log::tag("VocabAudit", QStringLiteral("auto-trigger pulado (histórico=%d < minimo=%d)"), {total, kMinimoAutomatico});
         co_return Automatico::historicoCurto;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/Resultado.h"
-#include "capture/TranscriptionHistory.h"
+#include "core/Resultado.h"
+#include "vocabulary/FonteTranscricoes.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -59,13 +59,14 @@ public:
     using Relogio = std::function<QDateTime()>;
 
     VocabularyAuditService(Configuracoes& config, QNetworkAccessManager& rede, QString pastaDados,
+                           const FonteTranscricoes& historico,
                            Relogio relogio = &QDateTime::currentDateTimeUtc,
                            std::chrono::milliseconds prazoRequisicao = std::chrono::seconds(30));
 
     QString arquivo() const;
 
     // The newest entries first, as the history gives them, between the fixed head and tail.
-    static QString montarPrompt(const QList<TranscriptionEntry>& entradas);
+    static QString montarPrompt(const QStringList& textos);
     // The array between the first "[" and the last "]"; objects without a non-empty "ouvido" and
     // "provavel" are dropped. Unusable text gives an empty list (logged).
     static QList<AuditSugestao> parseSugestoes(const QString& raw, const QDateTime& agora);
@@ -108,6 +109,7 @@ private:
     Configuracoes& m_config;
     QNetworkAccessManager& m_rede;
     QString m_pasta;
+    const FonteTranscricoes& m_historico;
     Relogio m_relogio;
     std::chrono::milliseconds m_prazo;
 };

@@ -1,6 +1,6 @@
 #include "platform/portaudio/EntradaAudioPortAudio.h"
 
-#include "app/Log.h"
+#include "core/Log.h"
 #include "platform/Plataforma.h"
 
 #include <portaudio.h>

@@ -1,0 +1,133 @@
+#include "dictation/InsertionService.h"
+
+#include "core/Log.h"
+#include "dictation/InsertBuffer.h"
+#include "core/TextoUnicode.h"
+
+#include <QCoroTimer>
+
+#include <algorithm>
+
+namespace sonvo {
+
+namespace {
+
+// WM_CLASS classes of terminal emulators, lower-cased.
+constexpr const char* kTerminais[] = {
+    "xterm",          "uxterm",           "urxvt",          "rxvt",           "gnome-terminal",
+    "gnome-terminal-server", "org.gnome.console", "kgx",   "org.gnome.ptyxis", "ptyxis",
+    "konsole",        "org.kde.konsole",  "yakuake",        "kitty",          "alacritty",
+    "org.wezfurlong.wezterm", "wezterm",  "foot",           "footclient",     "terminator",
+    "tilix",          "com.gexperts.tilix", "xfce4-terminal", "mate-terminal", "lxterminal",
+    "qterminal",      "terminology",      "sakura",         "guake",          "tilda",
+    "st",             "st-256color",      "eterm",          "termite",        "cool-retro-term",
+    "com.mitchellh.ghostty", "ghostty",   "deepin-terminal", "io.elementary.terminal", "roxterm",
+};
+
+} // namespace
+
+InsertionService::InsertionService(AreaTransferencia& clipboard, Janelas& janelas, TeclasSinteticas& teclas,
+                                   InsertBuffer& buffer, qint64 pidProprio, Esperas esperas)
+    : m_clipboard(clipboard), m_janelas(janelas), m_teclas(teclas), m_buffer(buffer), m_pidProprio(pidProprio),
+      m_esperas(std::move(esperas))
+{
+    if (!m_esperas.esperar)
+        m_esperas.esperar = [](std::chrono::milliseconds d) -> QCoro::Task<> { co_await QCoro::sleepFor(d); };
+}
+
+bool InsertionService::ehTerminal(const std::optional<QString>& classe)
+{
+    if (!classe)
+        return false;
+    const QString c = classe->toLower();
+    return std::any_of(std::begin(kTerminais), std::end(kTerminais),
+                       [&](const char* t) { return c == QLatin1String(t); });
+}
+
+bool InsertionService::ehProprio(const AppJanela& app) const
+{
+    return app.pid != 0 && app.pid == m_pidProprio;
+}
+
+QCoro::Task<> InsertionService::inserir(QString texto)
+{
+    const bool confiavel = m_janelas.acessoConcedido();
+    const std::optional<AppJanela> frente = m_janelas.daFrente();
+    Log::tag("Insert", QStringLiteral("AXTrusted=%d frontmost=%@ texto.count=%d"),
+             {confiavel ? 1 : 0, frente ? frente->id : std::nullopt,
+              static_cast<long long>(TextoUnicode::contarGrafemas(texto))});
+
+    const std::optional<ClipboardSnapshot> snapshot = confiavel ? clipboardSnapshot() : std::nullopt;
+
+    m_clipboard.escreverTexto(texto, confiavel);
+    Log::tag("Insert", QStringLiteral("texto no clipboard"));
+
+    const std::optional<AppJanela> alvo = resolverAppAlvo();
+    const std::optional<AppJanela> frenteAgora = m_janelas.daFrente();
+    Log::tag("Insert", QStringLiteral("alvo=%@"), {alvo ? alvo->id : std::nullopt});
+
+    if (alvo && alvo->id && (!frenteAgora || frenteAgora->janela != alvo->janela))
+        co_await m_janelas.ativar(*alvo, m_esperas.ativacao);
+
+    // The keys go to whatever has the focus: the target once activated, else what is in front.
+    const std::optional<AppJanela>& receptor = alvo ? alvo : frenteAgora;
+    const bool enviado = postarComandoV(ehTerminal(receptor ? receptor->id : std::nullopt));
+    Log::tag("Insert", QStringLiteral("⌘V postado"));
+
+    co_await m_esperas.esperar(m_esperas.aposColar);
+
+    if (confiavel) {
+        // The target fetches the clipboard when it handles the keys; restoring before that would
+        // paste the user's old contents. Only worth waiting for when something will be restored.
+        if (enviado && snapshot && !snapshot->items.isEmpty()) {
+            const auto resto = std::max(std::chrono::milliseconds(0), m_esperas.leituraMax - m_esperas.aposColar);
+            co_await m_clipboard.aguardarLeitura(resto);
+        }
+        restaurarClipboard(snapshot);
+        Log::tag("Insert", QStringLiteral("clipboard restaurado"));
+    } else {
+        Log::tag("Insert", QStringLiteral("AX=0 — clipboard mantido com texto pra ⌘V manual"));
+    }
+
+    m_buffer.adicionar(texto);
+    Log::tag("Insert", QStringLiteral("texto registrado em InsertBuffer (Tier 2)"));
+}
+
+QList<SugestaoFuzzy> InsertionService::sugerirCorrecaoFuzzy(const QString& transcricao)
+{
+    return ::sonvo::sugerirCorrecaoFuzzy(m_buffer.palavrasFrequentes(2), transcricao);
+}
+
+std::optional<ClipboardSnapshot> InsertionService::clipboardSnapshot()
+{
+    return m_clipboard.instantaneo();
+}
+
+std::optional<AppJanela> InsertionService::resolverAppAlvo()
+{
+    if (const auto frente = m_janelas.daFrente(); frente && !ehProprio(*frente))
+        return frente;
+    // Sonvo itself (one of its panels) or nothing is in front: the first normal window of another
+    // application, in the window manager's order.
+    for (const AppJanela& app : m_janelas.normaisEmOrdem())
+        if (app.id && !app.id->isEmpty() && !ehProprio(app))
+            return app;
+    return std::nullopt;
+}
+
+bool InsertionService::postarComandoV(bool terminal)
+{
+    // The hotkey's Super+Shift may still be held: with them down the target would see another shortcut.
+    m_teclas.soltarModificadores();
+    return m_teclas.colar(terminal);
+}
+
+void InsertionService::restaurarClipboard(const std::optional<ClipboardSnapshot>& snapshot)
+{
+    // An empty clipboard before the dictation: the dictated text stays.
+    if (!snapshot || snapshot->items.isEmpty())
+        return;
+    m_clipboard.restaurar(*snapshot);
+}
+
+} // namespace sonvo

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "dictation/Insercao.h"
+#include "platform/AreaTransferencia.h"
+#include "platform/Janelas.h"
+
+#include <QCoroTask>
+#include <QList>
+#include <QString>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+namespace sonvo {
+
+class InsertBuffer;
+
+// The waits of one insertion (tests shorten or record them).
+struct EsperasInsercao {
+    // Bound of the wait for an activated window to come to the front (it usually takes a few
+    // milliseconds; a window manager that never confirms costs this once).
+    std::chrono::milliseconds ativacao{500};
+    // Fixed wait after the keystroke before the clipboard may be restored.
+    std::chrono::milliseconds aposColar{200};
+    // From the keystroke to the restore at most: a slow target gets this long to fetch the
+    // text, so it never pastes the user's old clipboard.
+    std::chrono::milliseconds leituraMax{1000};
+    // The asynchronous sleep (tests replace it); empty means QCoro::sleepFor.
+    std::function<QCoro::Task<>(std::chrono::milliseconds)> esperar;
+};
+
+// Puts a finished text where the user is typing: saves the clipboard, writes the text, brings the
+// target application to the front if needed, sends the paste keys, waits for the target to fetch
+// the text and puts the user's clipboard back. Confined to the main thread; every wait is
+// asynchronous. Holds no state between calls.
+class InsertionService : public Insercao {
+public:
+    using ClipboardSnapshot = sonvo::ClipboardSnapshot;
+    using Esperas = EsperasInsercao;
+
+    InsertionService(AreaTransferencia& clipboard, Janelas& janelas, TeclasSinteticas& teclas,
+                     InsertBuffer& buffer, qint64 pidProprio, Esperas esperas = {});
+
+    // Never fails and reports nothing: every step degrades silently.
+    QCoro::Task<> inserir(QString texto) override;
+    QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QString& transcricao) override;
+
+    // Terminals paste with Ctrl+Shift+V (Ctrl+V is a control character there); by WM_CLASS class.
+    static bool ehTerminal(const std::optional<QString>& classe);
+
+private:
+    std::optional<ClipboardSnapshot> clipboardSnapshot();
+    std::optional<AppJanela> resolverAppAlvo();
+    bool postarComandoV(bool terminal);
+    void restaurarClipboard(const std::optional<ClipboardSnapshot>& snapshot);
+    bool ehProprio(const AppJanela& app) const;
+
+    AreaTransferencia& m_clipboard;
+    Janelas& m_janelas;
+    TeclasSinteticas& m_teclas;
+    InsertBuffer& m_buffer;
+    qint64 m_pidProprio;
+    Esperas m_esperas;
+};
+
+} // namespace sonvo

@@ -1,0 +1,232 @@
+#include "dictation/SpeechManager.h"
+
+#include "core/KeychainService.h"
+#include "core/Arquivos.h"
+#include "core/Log.h"
+#include "dictation/Insercao.h"
+#include "dictation/NivelAudio.h"
+#include "dictation/TranscriptionHistory.h"
+#include "platform/EntradaAudio.h"
+#include "platform/Janelas.h"
+#include "core/TextoUnicode.h"
+#include "vocabulary/VocabularyService.h"
+
+#include <QDir>
+#include <QFile>
+#include <QPointer>
+#include <QUuid>
+
+#include <sndfile.h>
+
+namespace sonvo {
+
+SpeechManager::SpeechManager(Dependencias deps, QObject* parent) : QObject(parent), m_deps(std::move(deps))
+{
+    qRegisterMetaType<sonvo::RecordingState>();
+    if (m_deps.pastaTemporaria.isEmpty())
+        m_deps.pastaTemporaria = QDir::tempPath();
+}
+
+SpeechManager::~SpeechManager()
+{
+    m_deps.audio.parar();
+    fecharArquivo();
+    removerArquivoTemporario();
+}
+
+void SpeechManager::definirEstado(RecordingState e)
+{
+    m_estado = std::move(e);
+    Q_EMIT recordingStateChanged(m_estado);
+}
+
+void SpeechManager::definirNivel(float n)
+{
+    m_nivel = n;
+    Q_EMIT audioLevelChanged(n);
+}
+
+void SpeechManager::fecharArquivo()
+{
+    if (m_wav) {
+        sf_close(m_wav); // writes the final header
+        m_wav = nullptr;
+    }
+}
+
+void SpeechManager::removerArquivoTemporario()
+{
+    if (m_arquivoAtual)
+        QFile::remove(*m_arquivoAtual);
+    m_arquivoAtual.reset();
+    fecharArquivo();
+}
+
+void SpeechManager::alternar()
+{
+    switch (m_estado.caso) {
+    case RecordingState::Caso::recording: stopRecording(); break;
+    case RecordingState::Caso::transcribing: break; // a press while transcribing is ignored
+    case RecordingState::Caso::idle:
+    case RecordingState::Caso::completed:
+    case RecordingState::Caso::error: startRecording(); break;
+    }
+}
+
+void SpeechManager::startRecording()
+{
+    const QString caminho = m_deps.pastaTemporaria + u'/' + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()
+        + QStringLiteral(".wav");
+    const auto formato = m_deps.audio.formato();
+    if (!formato) {
+        definirEstado(RecordingState::error(QStringLiteral("Erro no áudio: ") + formato.erro()));
+        return;
+    }
+    // The device's own format, untouched: no resampling, no down-mixing.
+    SF_INFO info{};
+    info.samplerate = formato.valor().taxa;
+    info.channels = formato.valor().canais;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    SNDFILE* wav = sf_open(QFile::encodeName(caminho).constData(), SFM_WRITE, &info);
+    if (!wav) {
+        definirEstado(RecordingState::error(QStringLiteral("Erro ao criar arquivo de áudio: ")
+                                            + QString::fromUtf8(sf_strerror(nullptr))));
+        return;
+    }
+    m_wav = wav;
+    m_arquivoAtual = caminho;
+    m_canais = formato.valor().canais;
+
+    const QPointer<SpeechManager> self(this);
+    const int canais = m_canais;
+    const quint64 gravacao = ++m_gravacao;
+    const auto erro = m_deps.audio.iniciar([this, self, wav, canais, gravacao](const float* dados, unsigned long quadros) {
+        // Audio thread: the file is ours until parar() returns; a failed write is not worth a word.
+        sf_writef_float(wav, dados, static_cast<sf_count_t>(quadros));
+        const float nivel = nivelDoBuffer(dados, quadros, canais);
+        QMetaObject::invokeMethod(
+            this, [self, nivel, gravacao] {
+                // A level posted just before the stop arrives after it: the level stays 0 then.
+                if (self && self->m_gravacao == gravacao && self->m_estado.caso == RecordingState::Caso::recording)
+                    self->definirNivel(nivel);
+            },
+            Qt::QueuedConnection);
+    });
+    if (erro) {
+        m_deps.audio.parar();
+        definirNivel(0.0f);
+        removerArquivoTemporario();
+        definirEstado(RecordingState::error(QStringLiteral("Erro no áudio: ") + *erro));
+        return;
+    }
+    definirEstado(RecordingState::recording());
+}
+
+void SpeechManager::stopRecording()
+{
+    m_deps.audio.parar();
+    definirNivel(0.0f);
+    fecharArquivo();
+    if (!m_arquivoAtual) {
+        definirEstado(RecordingState::error(QStringLiteral("Arquivo de áudio ausente")));
+        return;
+    }
+    definirEstado(RecordingState::transcribing());
+    pipeline(*m_arquivoAtual);
+}
+
+void SpeechManager::transcreverArquivo(const QString& wav)
+{
+    m_arquivoAtual = wav;
+    definirEstado(RecordingState::transcribing());
+    pipeline(wav);
+}
+
+QCoro::Task<> SpeechManager::pipeline(QString arquivo)
+{
+    const QPointer<SpeechManager> self(this);
+    const KeychainService chaves(m_deps.pastaDados);
+    const auto mapa = chaves.carregar();
+    if (!mapa) {
+        removerArquivoTemporario();
+        definirEstado(RecordingState::error(QStringLiteral("Erro: ") + mapa.erro().descricao()));
+        co_return;
+    }
+    const QString chave = mapa.valor().value(QStringLiteral("openai_api_key"));
+    if (chave.isEmpty()) {
+        co_await tentarFallback(arquivo, QStringLiteral("API key não configurada"));
+        co_return;
+    }
+    const std::optional<QString> dica = m_deps.vocabulario.priorityTermsAsPrompt(contextoBundleID);
+    WhisperService whisper(m_deps.rede, WhisperService::endpointPara(m_deps.config), m_deps.prazoNuvem);
+    const auto r = co_await whisper.transcrever(arquivo, chave, dica);
+    if (!self)
+        co_return;
+    if (r.ok()) {
+        co_await aoConcluirTranscricao(r.valor());
+        co_return;
+    }
+    if (deveUsarFallback(r.erro())) {
+        co_await tentarFallback(arquivo, descricao(r.erro()));
+        co_return;
+    }
+    removerArquivoTemporario();
+    definirEstado(RecordingState::error(descricao(r.erro())));
+}
+
+QCoro::Task<> SpeechManager::tentarFallback(QString arquivo, QString motivo)
+{
+    const QPointer<SpeechManager> self(this);
+    Log::simples(QStringLiteral("ativando fallback SFSpeechRecognizer (%@)"), {motivo});
+    FallbackTranscriptionService local(m_deps.localizarReconhecedor ? m_deps.localizarReconhecedor()
+                                                                    : FallbackTranscriptionService::localizar(m_deps.config, m_deps.pastaDados),
+                                       m_deps.prazoLocal);
+    if (!local.disponivel()) {
+        removerArquivoTemporario();
+        definirEstado(RecordingState::error(QStringLiteral("Transcrição indisponível (sem conexão e sem reconhecimento local)")));
+        co_return;
+    }
+    const auto r = co_await local.transcrever(arquivo);
+    if (!self)
+        co_return;
+    if (!r) {
+        removerArquivoTemporario();
+        definirEstado(RecordingState::error(QStringLiteral("Erro na transcrição local: ") + r.erro().descricao));
+        co_return;
+    }
+    co_await aoConcluirTranscricao(r.valor());
+}
+
+QCoro::Task<> SpeechManager::aoConcluirTranscricao(QString texto)
+{
+    const QPointer<SpeechManager> self(this);
+    removerArquivoTemporario();
+    m_deps.historico.append(texto, contextoBundleID);
+    const QString corrigido = m_deps.vocabulario.aplicarCorrecoes(texto, contextoBundleID);
+    Log::tag("Speech", QStringLiteral("vocab bruto.count=%d corrigido.count=%d app=%@"),
+             {static_cast<long long>(TextoUnicode::contarGrafemas(texto)),
+              static_cast<long long>(TextoUnicode::contarGrafemas(corrigido)), contextoBundleID});
+    m_ultima = corrigido;
+    Q_EMIT ultimaTranscricaoChanged(m_ultima);
+
+    if (!pularInsercao) {
+        Log::tag("Speech", QStringLiteral("inserção direta (pularInsercao=false)"));
+        co_await m_deps.insercao.inserir(corrigido);
+        if (!self)
+            co_return;
+        const QList<SugestaoFuzzy> sugestoes = m_deps.insercao.sugerirCorrecaoFuzzy(corrigido);
+        if (!sugestoes.isEmpty()) {
+            const SugestaoFuzzy& s = sugestoes.first();
+            Log::tag("Vocab/Tier2", QStringLiteral("propondo toast: '%@' → '%@' (%dx)"),
+                     {s.palavraTranscrita, s.sugestao, s.ocorrenciasNoBuffer});
+            Q_EMIT candidatoTier2(s.palavraTranscrita, s.sugestao, s.ocorrenciasNoBuffer);
+        }
+        definirEstado(RecordingState::completed());
+    } else {
+        Log::tag("Speech", QStringLiteral("inserção adiada (action menu)"));
+        definirEstado(RecordingState::completed());
+    }
+    m_deps.som.tocarConclusao();
+}
+
+} // namespace sonvo

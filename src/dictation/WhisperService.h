@@ -1,0 +1,61 @@
+#pragma once
+
+#include "core/Resultado.h"
+
+#include <QByteArray>
+#include <QPair>
+#include <QString>
+#include <QUrl>
+#include <QCoroTask>
+
+#include <chrono>
+#include <optional>
+
+class QNetworkAccessManager;
+
+namespace sonvo {
+
+class Configuracoes;
+
+// Sends one recorded WAV to OpenAI's transcription endpoint: one attempt, no retry, no cache.
+class WhisperService {
+public:
+    struct WhisperErro {
+        enum class Caso { respostaInvalida, rede, decodeFalhou };
+        Caso caso;
+        int status = 0;                  // respostaInvalida: the HTTP status, -1 when not HTTP
+        std::optional<QString> mensagem; // respostaInvalida
+        QString erroSubjacente;          // rede: what failed, for the log
+    };
+
+    WhisperService(QNetworkAccessManager& rede, QUrl endpoint,
+                   std::chrono::milliseconds prazo = std::chrono::seconds(60));
+    static QUrl endpointPara(const Configuracoes& config);
+    QUrl endpoint() const { return m_endpoint; }
+
+    QCoro::Task<Resultado<QString, WhisperErro>> transcrever(QString arquivo, QString apiKey,
+                                                             std::optional<QString> vocabularyHint);
+
+    // The multipart body, exactly as sent. Exposed for tests and the benchmark.
+    static QByteArray montarCorpo(const QByteArray& audio, const QString& boundary,
+                                  const std::optional<QString>& vocabularyHint);
+    // What goes before and after the audio bytes in that body.
+    static QPair<QByteArray, QByteArray> moldura(const QString& boundary, const std::optional<QString>& vocabularyHint);
+    static QString novoBoundary(); // "Boundary-" + upper-case UUID
+    // Maps a finished answer to the result; also used by tests on raw answers.
+    static Resultado<QString, WhisperErro> interpretarResposta(int status, const QByteArray& corpo);
+
+private:
+    QNetworkAccessManager& m_rede;
+    QUrl m_endpoint;
+    std::chrono::milliseconds m_prazo;
+};
+
+// The user's text for a cloud failure.
+QString descricao(const WhisperService::WhisperErro& erro);
+
+// Whether the pipeline tries local recognition after this failure: network trouble and server
+// errors (5xx) do; a refused key, a rate limit or a bad answer do not.
+bool deveUsarFallback(const WhisperService::WhisperErro& erro);
+
+} // namespace sonvo
