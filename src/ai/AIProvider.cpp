@@ -1,7 +1,7 @@
 #include "ai/AIProvider.h"
 
-#include "app/Configuracoes.h"
-#include "app/Endpoints.h"
+#include "core/Configuracoes.h"
+#include "core/Endpoints.h"
 
 namespace sonvo {
 
@@ -30,6 +30,11 @@ QString Provedores::contaChave(AIProviderID id)
     return id == AIProviderID::anthropic ? QStringLiteral("anthropic_api_key") : QStringLiteral("openai_api_key");
 }
 
+QString Provedores::mensagemErroSalvar(AIProviderID id)
+{
+    return id == AIProviderID::anthropic ? QStringLiteral("Erro ao salvar chave Anthropic") : QStringLiteral("Erro ao salvar chave OpenAI");
+}
+
 std::optional<AIProviderID> Provedores::deRawValue(const QString& raw)
 {
     if (raw == u"openai")
@@ -49,7 +54,7 @@ QString AIErro::errorDescription() const
 {
     switch (caso) {
     case Caso::semChaveConfigurada:
-        return QStringLiteral("Configure a chave ") + Provedores::displayName(provedor) + QStringLiteral(" em Preferências (⌘,)");
+        return QStringLiteral("Configure a chave ") + Provedores::displayName(provedor) + QStringLiteral(" em Preferências");
     case Caso::respostaInvalida: {
         QString t = QStringLiteral("Erro ") + QString::number(status);
         if (mensagem && !mensagem->isEmpty())

@@ -19,6 +19,7 @@ QString displayName(AIProviderID id);    // "OpenAI (gpt-4o-mini)", "Anthropic (
 QString model(AIProviderID id);          // "gpt-4o-mini", "claude-haiku-4-5"
 QString caminhoEndpoint(AIProviderID id); // "/v1/chat/completions", "/v1/messages"
 QString contaChave(AIProviderID id);     // "openai_api_key", "anthropic_api_key"
+QString mensagemErroSalvar(AIProviderID id); // "Erro ao salvar chave OpenAI"
 std::optional<AIProviderID> deRawValue(const QString& raw);
 // The chat or messages endpoint under the configured base URL.
 QUrl endpoint(AIProviderID id, const Configuracoes& config);

@@ -1,13 +1,10 @@
 #include "ai/AIService.h"
 
-#include "app/Configuracoes.h"
-#include "app/Http.h"
-#include "app/Log.h"
-#include "vocabulary/TextoUnicode.h"
+#include "core/Configuracoes.h"
+#include "core/Http.h"
+#include "core/Log.h"
+#include "core/TextoUnicode.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -138,166 +135,31 @@ void FluxoIA::respostaTerminou()
     concluir(std::nullopt);
 }
 
-// ---- shared by both providers ----
+// ---- the providers ----
 
-namespace {
-
-QJsonObject mensagem(const QString& role, const QString& content)
-{
-    return QJsonObject{{QStringLiteral("role"), role}, {QStringLiteral("content"), content}};
-}
-
-QNetworkRequest requisicaoOpenAI(const QUrl& url, const QString& chave)
-{
-    QNetworkRequest req(url);
-    req.setRawHeader("Authorization", "Bearer " + chave.toUtf8());
-    req.setRawHeader("Content-Type", "application/json");
-    return req;
-}
-
-QNetworkRequest requisicaoAnthropic(const QUrl& url, const QString& chave)
-{
-    QNetworkRequest req(url);
-    req.setRawHeader("x-api-key", chave.toUtf8());
-    req.setRawHeader("anthropic-version", Provedores::versaoAnthropic.toUtf8());
-    req.setRawHeader("Content-Type", "application/json");
-    return req;
-}
-
-// Transport and status failures are mapped the same way by both providers.
-std::optional<AIErro> falhaDaResposta(AIProviderID p, const Http::Resposta& r)
-{
-    switch (r.falha) {
-    case Http::Resposta::Falha::transporte:
-    case Http::Resposta::Falha::prazo: return AIErro::deRede(p, r.erro);
-    case Http::Resposta::Falha::naoHttp: return AIErro::resposta(p, -1, std::nullopt);
-    case Http::Resposta::Falha::nenhuma: break;
-    }
-    if (r.status != 200)
-        return AIErro::resposta(p, r.status, Http::mensagemDeErro(r.corpo));
-    return std::nullopt;
-}
-
-using Requisitar = QNetworkRequest (*)(const QUrl& url, const QString& chave);
-
-// The single request of either provider: the key, the exchange and its failures are handled alike;
-// the answer's body comes back for the provider to read.
-QCoro::Task<Resultado<QByteArray, AIErro>> pedir(const ContextoIA& ctx, AIProviderID p, Requisitar requisicao, QByteArray corpo)
-{
-    const auto chave = ctx.keychain.chave(Provedores::contaChave(p));
-    if (!chave)
-        co_return AIErro::semChave(p);
-    const Http::Resposta r = co_await Http::post(ctx.rede, requisicao(ctx.endpoint, *chave), std::move(corpo), ctx.prazoUnico);
-    if (auto erro = falhaDaResposta(p, r))
-        co_return *erro;
-    co_return r.corpo;
-}
-
-template <typename Interpretador>
-std::unique_ptr<FluxoIA> abrirFluxo(const ContextoIA& ctx, AIProviderID p, Requisitar requisicao, QByteArray corpo,
-                                    const QByteArray& accept = {})
-{
-    const auto chave = ctx.keychain.chave(Provedores::contaChave(p));
-    if (!chave)
-        return std::make_unique<FluxoIA>(AIErro::semChave(p));
-    QNetworkRequest req = requisicao(ctx.endpoint, *chave);
-    if (!accept.isEmpty())
-        req.setRawHeader("Accept", accept);
-    req.setTransferTimeout(static_cast<int>(ctx.prazoStream.count()));
-    auto interpretador = std::make_shared<Interpretador>();
-    return std::make_unique<FluxoIA>(ctx.rede, req, std::move(corpo), p,
-                                     [interpretador](const QByteArray& l) { return interpretador->linha(l); });
-}
-
-} // namespace
-
-// ---- OpenAI ----
-
-QByteArray OpenAIProvider::corpo(const QString& texto, QuickAction action, const std::optional<QString>& ctx, bool stream)
-{
-    QJsonObject obj{
-        {QStringLiteral("model"), Provedores::model(AIProviderID::openai)},
-        {QStringLiteral("messages"),
-         QJsonArray{mensagem(QStringLiteral("system"), AIPrompts::system()),
-                    mensagem(QStringLiteral("user"), AIPrompts::user(action, texto, ctx))}},
-        {QStringLiteral("temperature"), 0.4},
-    };
-    if (stream)
-        obj.insert(QStringLiteral("stream"), true);
-    return QJsonDocument(obj).toJson(QJsonDocument::Compact);
-}
-
-QCoro::Task<Resultado<QString, AIErro>> OpenAIProvider::transformar(QString texto, QuickAction action,
-                                                                     std::optional<QString> selectionContext)
-{
-    constexpr AIProviderID p = AIProviderID::openai;
-    const auto r = co_await pedir(m_ctx, p, requisicaoOpenAI, corpo(texto, action, selectionContext, false));
-    if (!r)
-        co_return r.erro();
-    const QJsonDocument doc = QJsonDocument::fromJson(r.valor());
-    const QJsonArray choices = doc.object().value(QStringLiteral("choices")).toArray();
-    const QJsonValue content = choices.first().toObject().value(QStringLiteral("message")).toObject().value(QStringLiteral("content"));
-    if (!doc.isObject() || choices.isEmpty() || !content.isString())
-        co_return AIErro::decode(p);
-    co_return content.toString().trimmed();
-}
-
-std::unique_ptr<FluxoIA> OpenAIProvider::transformarStream(const QString& texto, QuickAction action,
-                                                           const std::optional<QString>& selectionContext)
-{
-    return abrirFluxo<InterpretadorOpenAI>(m_ctx, AIProviderID::openai, requisicaoOpenAI,
-                                           corpo(texto, action, selectionContext, true));
-}
-
-// ---- Anthropic ----
-
-QByteArray AnthropicProvider::corpo(const QString& texto, QuickAction action, const std::optional<QString>& ctx, bool stream)
-{
-    QJsonObject obj{
-        {QStringLiteral("model"), Provedores::model(AIProviderID::anthropic)},
-        {QStringLiteral("max_tokens"), 1024},
-        {QStringLiteral("system"), AIPrompts::system()},
-        {QStringLiteral("messages"), QJsonArray{mensagem(QStringLiteral("user"), AIPrompts::user(action, texto, ctx))}},
-        {QStringLiteral("temperature"), 0.4},
-    };
-    if (stream)
-        obj.insert(QStringLiteral("stream"), true);
-    return QJsonDocument(obj).toJson(QJsonDocument::Compact);
-}
-
-QCoro::Task<Resultado<QString, AIErro>> AnthropicProvider::transformar(QString texto, QuickAction action,
+QCoro::Task<Resultado<QString, AIErro>> ProvedorDeDialeto::transformar(QString texto, QuickAction action,
                                                                         std::optional<QString> selectionContext)
 {
-    constexpr AIProviderID p = AIProviderID::anthropic;
-    const auto r = co_await pedir(m_ctx, p, requisicaoAnthropic, corpo(texto, action, selectionContext, false));
-    if (!r)
-        co_return r.erro();
-    const QJsonDocument doc = QJsonDocument::fromJson(r.valor());
-    const QJsonValue content = doc.object().value(QStringLiteral("content"));
-    if (!doc.isObject() || !content.isArray())
-        co_return AIErro::decode(p);
-    QStringList textos;
-    for (const QJsonValue& v : content.toArray()) {
-        const QJsonObject bloco = v.toObject();
-        const QJsonValue tipo = bloco.value(QStringLiteral("type"));
-        const QJsonValue texto = bloco.value(QStringLiteral("text"));
-        // A block without a type, or with a text that is not text, makes the whole answer unreadable.
-        if (!v.isObject() || !tipo.isString() || (!texto.isUndefined() && !texto.isNull() && !texto.isString()))
-            co_return AIErro::decode(p);
-        if (tipo.toString() == u"text" && texto.isString())
-            textos << texto.toString();
-    }
-    const QString junto = textos.join(u'\n');
-    if (junto.isEmpty())
-        co_return AIErro::decode(p);
-    co_return junto.trimmed();
+    const auto chave = m_ctx.keychain.chave(Provedores::contaChave(m_id));
+    if (!chave)
+        co_return AIErro::semChave(m_id);
+    QNetworkRequest req = Dialeto::requisicao(m_id, m_ctx.endpoint, *chave);
+    QByteArray corpo = Dialeto::corpoAcao(m_id, AIPrompts::system(), AIPrompts::user(action, texto, selectionContext), false);
+    const Http::Resposta r = co_await Http::post(m_ctx.rede, std::move(req), std::move(corpo), m_ctx.prazoUnico);
+    co_return Dialeto::ler(m_id, Dialeto::Uso::acao, r);
 }
 
-std::unique_ptr<FluxoIA> AnthropicProvider::transformarStream(const QString& texto, QuickAction action,
+std::unique_ptr<FluxoIA> ProvedorDeDialeto::transformarStream(const QString& texto, QuickAction action,
                                                               const std::optional<QString>& selectionContext)
 {
-    return abrirFluxo<InterpretadorAnthropic>(m_ctx, AIProviderID::anthropic, requisicaoAnthropic,
-                                              corpo(texto, action, selectionContext, true), "text/event-stream");
+    const auto chave = m_ctx.keychain.chave(Provedores::contaChave(m_id));
+    if (!chave)
+        return std::make_unique<FluxoIA>(AIErro::semChave(m_id));
+    QNetworkRequest req = Dialeto::requisicao(m_id, m_ctx.endpoint, *chave, true);
+    req.setTransferTimeout(static_cast<int>(m_ctx.prazoStream.count()));
+    return std::make_unique<FluxoIA>(m_ctx.rede, req,
+                                     Dialeto::corpoAcao(m_id, AIPrompts::system(), AIPrompts::user(action, texto, selectionContext), true),
+                                     m_id, Dialeto::interpretador(m_id));
 }
 
 // ---- AIService ----

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "ai/AIProvider.h"
-#include "ai/KeychainService.h"
-#include "ai/LinhasSSE.h"
+#include "ai/Dialeto.h"
 #include "ai/QuickAction.h"
-#include "app/Resultado.h"
+#include "core/KeychainService.h"
+#include "core/Resultado.h"
 
 #include <QObject>
 #include <QPointer>
@@ -81,32 +81,29 @@ public:
                                                        const std::optional<QString>& selectionContext) = 0;
 };
 
-class OpenAIProvider : public AIProvider {
+// Both providers make the same exchanges, each in its own dialect (ai/Dialeto.h).
+class ProvedorDeDialeto : public AIProvider {
 public:
-    explicit OpenAIProvider(ContextoIA ctx) : m_ctx(std::move(ctx)) {}
-    AIProviderID id() const override { return AIProviderID::openai; }
+    ProvedorDeDialeto(AIProviderID id, ContextoIA ctx) : m_id(id), m_ctx(std::move(ctx)) {}
+    AIProviderID id() const override { return m_id; }
     QCoro::Task<Resultado<QString, AIErro>> transformar(QString texto, QuickAction action,
                                                          std::optional<QString> selectionContext) override;
     std::unique_ptr<FluxoIA> transformarStream(const QString& texto, QuickAction action,
                                                const std::optional<QString>& selectionContext) override;
-    static QByteArray corpo(const QString& texto, QuickAction action, const std::optional<QString>& ctx, bool stream);
 
 private:
+    AIProviderID m_id;
     ContextoIA m_ctx;
 };
 
-class AnthropicProvider : public AIProvider {
+class OpenAIProvider : public ProvedorDeDialeto {
 public:
-    explicit AnthropicProvider(ContextoIA ctx) : m_ctx(std::move(ctx)) {}
-    AIProviderID id() const override { return AIProviderID::anthropic; }
-    QCoro::Task<Resultado<QString, AIErro>> transformar(QString texto, QuickAction action,
-                                                         std::optional<QString> selectionContext) override;
-    std::unique_ptr<FluxoIA> transformarStream(const QString& texto, QuickAction action,
-                                               const std::optional<QString>& selectionContext) override;
-    static QByteArray corpo(const QString& texto, QuickAction action, const std::optional<QString>& ctx, bool stream);
+    explicit OpenAIProvider(ContextoIA ctx) : ProvedorDeDialeto(AIProviderID::openai, std::move(ctx)) {}
+};
 
-private:
-    ContextoIA m_ctx;
+class AnthropicProvider : public ProvedorDeDialeto {
+public:
+    explicit AnthropicProvider(ContextoIA ctx) : ProvedorDeDialeto(AIProviderID::anthropic, std::move(ctx)) {}
 };
 
 namespace AIService {

@@ -1,12 +1,9 @@
 #pragma once
 
 #include "ai/AIProvider.h"
-#include "app/Resultado.h"
+#include "core/Resultado.h"
 
-#include <QByteArray>
-#include <QNetworkRequest>
 #include <QString>
-#include <QUrl>
 #include <QCoroTask>
 
 #include <chrono>
@@ -35,12 +32,6 @@ struct FalhaConsulta {
 };
 
 namespace ConsultasModelo {
-
-QByteArray corpo(const ConsultaModelo& c);
-// The provider's headers: bearer key for OpenAI; key and API version for Anthropic.
-QNetworkRequest requisicao(AIProviderID provedor, const QUrl& url, const QString& chave);
-// choices[0].message.content (OpenAI) or content[0].text (Anthropic); nothing when absent.
-std::optional<QString> textoDaResposta(AIProviderID provedor, const QByteArray& corpo);
 
 // The answer's text, or a Portuguese description of why there is none (no key, transport
 // failure, deadline, a body without the answer). The HTTP status is not examined: an error body

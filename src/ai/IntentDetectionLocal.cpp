@@ -1,6 +1,6 @@
 #include "ai/IntentDetectionService.h"
 
-#include "vocabulary/TextoUnicode.h"
+#include "core/TextoUnicode.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

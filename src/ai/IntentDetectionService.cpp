@@ -1,9 +1,8 @@
 #include "ai/IntentDetectionService.h"
 
 #include "ai/ConsultaModelo.h"
-#include "app/Configuracoes.h"
-#include "app/Log.h"
-#include "app/OperationMode.h"
+#include "core/Configuracoes.h"
+#include "core/Log.h"
 
 #include <QElapsedTimer>
 

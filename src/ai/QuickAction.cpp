@@ -1,6 +1,6 @@
 #include "ai/QuickAction.h"
 
-#include "app/Configuracoes.h"
+#include "core/Configuracoes.h"
 
 namespace sonvo {
 

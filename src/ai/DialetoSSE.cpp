@@ -1,4 +1,6 @@
-#include "ai/LinhasSSE.h"
+// The streamed half of the dialects: framing and events. Kept apart from Dialeto.cpp so that the
+// stream fuzzer builds it without the network stack.
+#include "ai/Dialeto.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -76,6 +78,13 @@ PassoSSE InterpretadorAnthropic::linha(const QByteArray& linha)
     if (delta.value(QStringLiteral("type")).toString() == u"text_delta" && texto.isString() && !texto.toString().isEmpty())
         passo.fragmento = texto.toString();
     return passo;
+}
+
+std::function<PassoSSE(const QByteArray&)> Dialeto::interpretador(AIProviderID p)
+{
+    if (p == AIProviderID::anthropic)
+        return [i = InterpretadorAnthropic()](const QByteArray& l) mutable { return i.linha(l); };
+    return [i = InterpretadorOpenAI()](const QByteArray& l) mutable { return i.linha(l); };
 }
 
 } // namespace sonvo
