@@ -1,0 +1,137 @@
+#include "shell/RoteadorAtalhos.h"
+
+#include "core/Configuracoes.h"
+#include "core/Log.h"
+#include "core/TextoUnicode.h"
+#include "dictation/SpeechManager.h"
+#include "platform/AreaTransferencia.h"
+#include "platform/Janelas.h"
+#include "shell/RecordingViewModel.h"
+
+namespace sonvo {
+
+namespace {
+const QString kRotuloMenu = QStringLiteral("Super+Shift+R");
+const QString kRotuloDireto = QStringLiteral("Super+Shift+T");
+} // namespace
+
+RoteadorAtalhos::RoteadorAtalhos(Dependencias deps, QObject* parent) : QObject(parent), m_d(std::move(deps))
+{
+    // Presses hop through the event loop: the handler never runs inside the platform's callback.
+    connect(&m_d.atalhos, &AtalhosGlobais::pressionado, this,
+            [this](int id) {
+                if (id == 1 || id == 2)
+                    handleHotKeyTrigger(id == 1);
+            },
+            Qt::QueuedConnection);
+}
+
+const QList<AtalhoGlobal>& RoteadorAtalhos::hotKeySpecs()
+{
+    static const QList<AtalhoGlobal> specs{{1, 'R', kRotuloMenu}, {2, 'T', kRotuloDireto}};
+    return specs;
+}
+
+void RoteadorAtalhos::setupGlobalHotkey()
+{
+    const int status = m_d.atalhos.instalarTratador();
+    if (status != 0) {
+        Log::simples(QStringLiteral("falha ao instalar handler de hotkey global (status %d)."), {status});
+    } else {
+        m_rotulos.clear();
+        for (const AtalhoGlobal& a : hotKeySpecs()) {
+            const int s = m_d.atalhos.registrar(a);
+            if (s != 0) {
+                Log::simples(QStringLiteral("falha ao registrar hotkey %@ (status %d)."), {a.rotulo, s});
+                continue;
+            }
+            m_rotulos << a.rotulo;
+        }
+        Q_EMIT recordMenuTitleChanged(recordMenuTitle());
+        if (!m_rotulos.isEmpty())
+            return;
+    }
+    setupEventMonitorFallback();
+}
+
+void RoteadorAtalhos::setupEventMonitorFallback()
+{
+    if (m_monitor)
+        return;
+    Log::simples(QStringLiteral("usando fallback de monitor de teclado para atalhos."));
+    // Without a keyboard monitor (no X display), the menu and `sonvo alternar` remain.
+    m_monitor = m_d.atalhos.instalarMonitor(hotKeySpecs());
+}
+
+void RoteadorAtalhos::liberarAtalhos()
+{
+    m_d.atalhos.removerRegistros();
+    if (m_monitor)
+        m_d.atalhos.removerMonitor();
+    m_monitor = false;
+}
+
+QStringList RoteadorAtalhos::rotulosVisiveis() const
+{
+    return m_rotulos.isEmpty() ? QStringList{kRotuloMenu, kRotuloDireto} : m_rotulos;
+}
+
+QString RoteadorAtalhos::recordMenuTitle() const
+{
+    return QStringLiteral("Gravar  ") + rotulosVisiveis().join(QStringLiteral(" / "));
+}
+
+std::optional<QString> RoteadorAtalhos::readSelectedText()
+{
+    const auto frente = m_d.janelas.daFrente();
+    if (!frente)
+        return std::nullopt;
+    auto texto = m_d.clipboard.textoSelecionado(*frente);
+    if (!texto || texto->isEmpty())
+        return std::nullopt;
+    return texto;
+}
+
+void RoteadorAtalhos::handleHotKeyTrigger(bool actionMenu)
+{
+    const auto agora = m_d.relogio();
+    if (m_ultimoAcionamento && agora - *m_ultimoAcionamento <= kDebounce)
+        return;
+    m_ultimoAcionamento = agora;
+    m_contexto.foiMenu = actionMenu;
+
+    if (m_d.config.booleano(Interruptores::selecao)) {
+        m_contexto.selecao = readSelectedText();
+        if (m_contexto.selecao)
+            Log::tag("Phase7/SelectionCtx", QStringLiteral("capturado %d chars"),
+                     {static_cast<long long>(TextoUnicode::contarGrafemas(*m_contexto.selecao))});
+        else
+            Log::tag("Phase7/SelectionCtx", QStringLiteral("sem selecao (toggle ON)"));
+    } else {
+        m_contexto.selecao.reset();
+        Log::tag("Phase7/SelectionCtx", QStringLiteral("toggle OFF, nao capturado"));
+    }
+
+    const auto frente = m_d.janelas.daFrente();
+    m_contexto.bundleID = frente && frente->pid != m_d.pidProprio ? frente->id : std::nullopt;
+    Log::tag("HotKey", QStringLiteral("capturado bundleID=%@"), {m_contexto.bundleID});
+
+    SpeechManager& speech = m_d.viewModel.speechManager();
+    speech.pularInsercao = actionMenu && m_d.config.booleano(Interruptores::actionMenu);
+    speech.contextoBundleID = m_contexto.bundleID;
+    Log::tag("HotKey", QStringLiteral("trigger %@ (actionMenu=%d) state=%@"),
+             {actionMenu ? kRotuloMenu : kRotuloDireto, actionMenu ? 1 : 0, m_d.viewModel.state().descricao()});
+    speech.alternar();
+}
+
+void RoteadorAtalhos::startStopRecording()
+{
+    m_contexto.foiMenu = false;
+    // From the menu entry a dictation is a plain one, whatever the last hotkey asked for: with the
+    // flag above cleared nothing would route a held-back text, and it would be lost.
+    SpeechManager& speech = m_d.viewModel.speechManager();
+    speech.pularInsercao = false;
+    speech.alternar();
+}
+
+} // namespace sonvo

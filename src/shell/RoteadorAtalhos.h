@@ -1,0 +1,72 @@
+#pragma once
+
+#include "platform/Atalhos.h"
+#include "shell/ContextoDitado.h"
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+namespace sonvo {
+
+class AreaTransferencia;
+class Configuracoes;
+class Janelas;
+class RecordingViewModel;
+
+// The two global hotkeys and what a press does: debounce, capture of the frontmost application
+// and its selection, then the dictation's toggle. The tray menu's entry toggles through here too.
+class RoteadorAtalhos : public QObject {
+    Q_OBJECT
+public:
+    using Relogio = std::function<std::chrono::steady_clock::time_point()>;
+    struct Dependencias {
+        Configuracoes& config;
+        RecordingViewModel& viewModel;
+        Janelas& janelas;
+        AreaTransferencia& clipboard;
+        AtalhosGlobais& atalhos;
+        qint64 pidProprio = 0;
+        Relogio relogio = std::chrono::steady_clock::now;
+    };
+
+    explicit RoteadorAtalhos(Dependencias deps, QObject* parent = nullptr);
+
+    // id 1: dictation for the action menu; id 2: plain dictation. Registered in this order.
+    static const QList<AtalhoGlobal>& hotKeySpecs();
+    static constexpr std::chrono::milliseconds kDebounce{200};
+
+    // Grabs, then the passive monitor when no grab succeeded.
+    void setupGlobalHotkey();
+    void setupEventMonitorFallback();
+    // Termination: grabs and monitor released.
+    void liberarAtalhos();
+    // The single entry of both hotkeys (and of `sonvo alternar`).
+    void handleHotKeyTrigger(bool actionMenu);
+    std::optional<QString> readSelectedText();
+    // The menu entry: toggles without capturing any context.
+    void startStopRecording();
+    QString recordMenuTitle() const;
+
+    const ContextoDitado& contexto() const { return m_contexto; }
+    const QStringList& registeredHotKeyLabels() const { return m_rotulos; }
+    // The labels a user can press: the registered ones, else both (the monitor sees both).
+    QStringList rotulosVisiveis() const;
+    bool monitorDeTeclado() const { return m_monitor; }
+
+Q_SIGNALS:
+    void recordMenuTitleChanged(const QString& titulo);
+
+private:
+    Dependencias m_d;
+    ContextoDitado m_contexto;
+    bool m_monitor = false;
+    QStringList m_rotulos;
+    std::optional<std::chrono::steady_clock::time_point> m_ultimoAcionamento;
+};
+
+} // namespace sonvo
