@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Inicializacao.h"
+#include "shell/Inicializacao.h"
 
 #include <QIcon>
 #include <QString>

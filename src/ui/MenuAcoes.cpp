@@ -1,6 +1,6 @@
 #include "ui/MenuAcoes.h"
 
-#include "app/RecordingViewModel.h"
+#include "shell/RecordingViewModel.h"
 #include "ui/Estilo.h"
 
 #include <QApplication>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Paineis.h"
+#include "shell/Paineis.h"
 
 #include <QList>
 #include <QWidget>

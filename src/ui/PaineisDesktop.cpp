@@ -1,6 +1,6 @@
 #include "ui/PaineisDesktop.h"
 
-#include "app/RecordingViewModel.h"
+#include "shell/RecordingViewModel.h"
 #include "ui/MenuAcoes.h"
 #include "ui/Pilulas.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Paineis.h"
+#include "shell/Paineis.h"
 #include "ui/MenuAcoes.h"
 
 #include <QObject>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/RecordingState.h"
+#include "dictation/RecordingState.h"
 #include "ui/WaveBars.h"
 
 #include <QEasingCurve>

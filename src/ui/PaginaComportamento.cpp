@@ -1,0 +1,130 @@
+#include "ui/PaginaComportamento.h"
+
+#include "core/Configuracoes.h"
+#include "shell/OperationMode.h"
+#include "ui/CamposPreferencias.h"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+namespace sonvo::ui {
+
+namespace {
+struct Interruptor {
+    const QString& chave;
+    const char* rotulo;
+    const char* ajuda;
+};
+const Interruptor kInterruptores[] = {
+    {Interruptores::actionMenu, "Mostrar action menu", "Exibe o menu de transformações após gravar"},
+    {Interruptores::intentModal, "Mostrar intent modal",
+     "Confirma quando intenção é detectada na fala (\"transforma em email\")"},
+    {Interruptores::streaming, "Streaming inline", "Tokens da IA aparecem progressivamente no preview"},
+    {Interruptores::selecao, "Capturar seleção", "Envia texto selecionado no app frontmost como contexto à IA"},
+};
+
+QString nomeDoModo(OperationMode m)
+{
+    switch (m) {
+    case OperationMode::full:
+        return QStringLiteral("Completo");
+    case OperationMode::minimal:
+        return QStringLiteral("Mínimo");
+    case OperationMode::stealth:
+        return QStringLiteral("Discreto");
+    case OperationMode::custom:
+        return QStringLiteral("Personalizado");
+    }
+    return {};
+}
+
+// "Completo (full)"
+QString nomeComValor(OperationMode m)
+{
+    return nomeDoModo(m) + QStringLiteral(" (") + OperationModes::rawValue(m) + u')';
+}
+} // namespace
+
+PaginaComportamento::PaginaComportamento(Configuracoes& config, QStringList rotulosAtalhos, QWidget* parent)
+    : QWidget(parent), m_config(config), m_rotulosAtalhos(std::move(rotulosAtalhos))
+{
+    using CamposPreferencias::ajuda;
+    auto* v = new QVBoxLayout(this);
+    auto* g = new QGroupBox(QStringLiteral("Modo de operação"), this);
+    auto* gv = new QVBoxLayout(g);
+    m_modos = new QButtonGroup(this);
+    for (OperationMode m : OperationModes::todos) {
+        auto* b = new QRadioButton(nomeComValor(m), g);
+        b->setProperty("modo", OperationModes::rawValue(m));
+        m_modos->addButton(b, static_cast<int>(m));
+        gv->addWidget(b);
+        gv->addWidget(ajuda(OperationModes::descricao(m, m_rotulosAtalhos), g));
+    }
+    connect(m_modos, &QButtonGroup::idClicked, this, [this](int id) {
+        if (m_carregando)
+            return;
+        OperationModes::applyOperationPreset(m_config, static_cast<OperationMode>(id));
+        m_config.sincronizar();
+        recarregar();
+    });
+    v->addWidget(g);
+
+    auto* s = new QGroupBox(QStringLiteral("Interruptores"), this);
+    auto* sv = new QVBoxLayout(s);
+    for (const Interruptor& i : kInterruptores) {
+        auto* c = new QCheckBox(QString::fromUtf8(i.rotulo), s);
+        c->setProperty("chave", i.chave);
+        c->setToolTip(QString::fromUtf8(i.ajuda));
+        sv->addWidget(c);
+        sv->addWidget(ajuda(QString::fromUtf8(i.ajuda), s));
+        m_interruptores << c;
+        connect(c, &QCheckBox::toggled, this, [this, c](bool ligado) {
+            if (m_carregando)
+                return;
+            m_config.definir(c->property("chave").toString(), ligado);
+            m_config.sincronizar();
+            recarregar();
+        });
+    }
+    v->addWidget(s);
+    m_modoAtual = new QLabel(this);
+    m_modoAtual->setStyleSheet(QStringLiteral("font-weight: 600;"));
+    m_descricaoModo = ajuda(QString(), this);
+    v->addWidget(m_modoAtual);
+    v->addWidget(m_descricaoModo);
+    v->addStretch();
+}
+
+void PaginaComportamento::recarregar()
+{
+    const bool antes = m_carregando;
+    m_carregando = true;
+    for (QCheckBox* c : std::as_const(m_interruptores))
+        c->setChecked(m_config.booleano(c->property("chave").toString()));
+    // The mode shown is the one the switches make, whatever preset was last applied.
+    const OperationMode atual = OperationModes::currentOperationMode(m_config);
+    if (QAbstractButton* b = m_modos->button(static_cast<int>(atual)))
+        b->setChecked(true);
+    m_modoAtual->setText(QStringLiteral("Modo atual: ") + nomeComValor(atual));
+    m_descricaoModo->setText(OperationModes::descricao(atual, m_rotulosAtalhos));
+    m_carregando = antes;
+}
+
+QList<QAbstractButton*> PaginaComportamento::botoesModo() const
+{
+    return m_modos->buttons();
+}
+
+QCheckBox* PaginaComportamento::interruptor(const QString& chave) const
+{
+    for (QCheckBox* c : m_interruptores)
+        if (c->property("chave").toString() == chave)
+            return c;
+    return nullptr;
+}
+
+} // namespace sonvo::ui
