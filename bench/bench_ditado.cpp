@@ -1,13 +1,13 @@
-#include "app/Configuracoes.h"
-#include "capture/Insercao.h"
-#include "capture/SpeechManager.h"
-#include "capture/TranscriptionHistory.h"
+#include "core/Configuracoes.h"
+#include "dictation/Insercao.h"
+#include "dictation/SpeechManager.h"
+#include "dictation/TranscriptionHistory.h"
 #include "platform/Plataforma.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
 #include "vocabulary/VocabularyService.h"
-#include "ai/KeychainService.h"
+#include "core/KeychainService.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -58,7 +58,7 @@ struct Ambiente {
     Ambiente()
     {
         qputenv("SONVO_OPENAI_BASE_URL", servidor.url().toString().toUtf8());
-        KeychainService(dir.path()).salvarChave(AIProviderID::openai, QStringLiteral("sk"));
+        KeychainService(dir.path()).salvarChave(QStringLiteral("openai_api_key"), QStringLiteral("sk"));
         servidor.guardarCorpos(false);
         servidor.definirPadrao(Resposta::json(200, R"({"text":"abri o vs code e mandei o relatório"})"));
     }

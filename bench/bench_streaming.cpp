@@ -1,5 +1,5 @@
 #include "ai/AIService.h"
-#include "app/Endpoints.h"
+#include "core/Endpoints.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
 
@@ -20,7 +20,7 @@ static void BM_LatenciaStreaming(benchmark::State& state)
     const int eventos = static_cast<int>(state.range(0));
     QTemporaryDir dir;
     KeychainService chaves(dir.path());
-    chaves.salvarChave(AIProviderID::openai, QStringLiteral("sk"));
+    chaves.salvarChave(QStringLiteral("openai_api_key"), QStringLiteral("sk"));
     ServidorTeste servidor;
     QNetworkAccessManager rede;
     ContextoIA ctx{rede, chaves, Endpoints::juntar(servidor.url(), QStringLiteral("/v1/chat/completions"))};

@@ -1,6 +1,6 @@
-#include "app/Configuracoes.h"
-#include "app/Log.h"
-#include "capture/InsertBuffer.h"
+#include "core/Configuracoes.h"
+#include "core/Log.h"
+#include "dictation/InsertBuffer.h"
 #include "vocabulary/SugestaoFuzzy.h"
 #include "vocabulary/VocabularyService.h"
 
@@ -80,16 +80,16 @@ static void BM_AplicarCorrecoes(benchmark::State& state)
 {
     Pasta p;
     QRandomGenerator r(42);
-    QByteArray md = VocabularyService::modelo().replace("## Correções automáticas\n", "## Correções automáticas\n__ITENS__");
+    QByteArray md = DocumentoVocabulario::modelo().replace("## Correções automáticas\n", "## Correções automáticas\n__ITENS__");
     QByteArray itens;
     for (int i = 0; i < 500; ++i)
         itens += "- " + ouvidoInventado(i).toUtf8() + " -> " + ouvidoInventado(i).toUpper().toUtf8() + "\n";
-    p.gravar(VocabularyService::kArquivoGlobal, md.replace("__ITENS__", itens));
+    p.gravar(DocumentoVocabulario::kArquivo, md.replace("__ITENS__", itens));
     QJsonObject correcoes;
     for (int i = 500; i < 600; ++i)
         correcoes.insert(ouvidoInventado(i), ouvidoInventado(i).toUpper());
     QJsonObject raiz{{"code", QJsonObject{{"corrections", correcoes}, {"priorityTerms", QJsonArray{"Qt", "CMake"}}}}};
-    p.gravar(VocabularyService::kArquivoPorApp, QJsonDocument(raiz).toJson());
+    p.gravar(VocabularioPorApp::kArquivo, QJsonDocument(raiz).toJson());
 
     QStringList texto;
     for (int i = 0; i < 2000; ++i)
@@ -128,10 +128,10 @@ static void BM_SugerirCorrecaoFuzzy(benchmark::State& state)
     }
     const QString transcricao = texto.join(u' ');
     for (auto _ : state) {
-        auto s = sugerirCorrecaoFuzzy(buffer, transcricao);
+        auto s = sugerirCorrecaoFuzzy(buffer.palavrasFrequentes(2), transcricao);
         benchmark::DoNotOptimize(s);
     }
-    state.counters["sugestoes"] = double(sugerirCorrecaoFuzzy(buffer, transcricao).size());
+    state.counters["sugestoes"] = double(sugerirCorrecaoFuzzy(buffer.palavrasFrequentes(2), transcricao).size());
     state.counters["frequentes"] = double(buffer.palavrasFrequentes(2).size());
 }
 BENCHMARK(BM_SugerirCorrecaoFuzzy)->Unit(benchmark::kMillisecond);
@@ -143,7 +143,7 @@ static void BM_PriorityTermsAsPrompt(benchmark::State& state)
     QByteArray md = "## Termos prioritários\n";
     for (int i = 0; i < 2000; ++i)
         md += "- " + ouvidoInventado(i).toUtf8() + " Ção" + QByteArray::number(i) + "\n";
-    p.gravar(VocabularyService::kArquivoGlobal, md);
+    p.gravar(DocumentoVocabulario::kArquivo, md);
     for (auto _ : state) {
         auto dica = p.vocab.priorityTermsAsPrompt(std::nullopt);
         benchmark::DoNotOptimize(dica);

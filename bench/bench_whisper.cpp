@@ -1,4 +1,4 @@
-#include "capture/WhisperService.h"
+#include "dictation/WhisperService.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
 

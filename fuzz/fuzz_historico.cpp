@@ -1,6 +1,6 @@
 // "transcription-history.json" as found on disk: any bytes.
-#include "app/Arquivos.h"
-#include "capture/TranscriptionHistory.h"
+#include "core/Arquivos.h"
+#include "dictation/TranscriptionHistory.h"
 
 #include <cstddef>
 #include <cstdint>

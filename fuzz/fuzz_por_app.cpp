@@ -1,5 +1,6 @@
 // "vocabulary-by-app.json" as found on disk: any bytes.
-#include "vocabulary/VocabularyService.h"
+#include "vocabulary/MotorCorrecoes.h"
+#include "vocabulary/VocabularioPorApp.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -17,11 +18,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* dados, size_t tamanho)
     if (doc.isObject())
         apps += doc.object().keys().mid(0, 8);
     for (const QString& app : apps) {
-        const auto s = VocabularyService::snapshotPerApp(bytes, app);
+        const auto s = VocabularioPorApp::snapshot(bytes, app);
         if (!s)
             continue;
         for (auto it = s->correcoes.begin(); it != s->correcoes.end(); ++it)
-            (void)VocabularyService::aplicar({{it.key(), it.value()}}, s->whitelist, QStringLiteral("vs code cloud você"));
+            (void)MotorCorrecoes::aplicar({{it.key(), it.value()}}, s->whitelist, QStringLiteral("vs code cloud você"));
     }
     return 0;
 }

@@ -1,5 +1,5 @@
 // What reaches the streaming readers from the network: any bytes, cut into chunks anywhere.
-#include "ai/LinhasSSE.h"
+#include "ai/Dialeto.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,124 +1,135 @@
 #include "ApoioDesktop.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QThread>
+#include "platform/x11/JanelasX11.h"
 
-#include <X11/XKBlib.h>
+#include <QBuffer>
+#include <QFile>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+#include <sndfile.h>
+
+#include <cmath>
+#include <vector>
 
 namespace sonvo::teste::desktop {
 
-bool esperarAte(const std::function<bool()>& cond, int prazoMs)
-{
-    QElapsedTimer t;
-    t.start();
-    while (!cond()) {
-        if (t.elapsed() > prazoMs)
-            return cond();
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(2);
-    }
-    return true;
-}
-
-Saida rodar(const QString& programa, const QStringList& args, int prazoMs, const QByteArray& entrada)
+ResultadoProcesso rodar(const QString& programa, const QStringList& args, int prazoMs)
 {
     QProcess p;
     p.start(programa, args);
-    Saida s;
-    if (!p.waitForStarted(5000))
-        return s;
-    if (!entrada.isEmpty())
-        p.write(entrada);
     p.closeWriteChannel();
-    s.terminou = esperarAte([&] { return p.state() == QProcess::NotRunning; }, prazoMs);
-    if (!s.terminou) {
+    ResultadoProcesso r;
+    r.terminou = p.waitForStarted(5000) && girarAte([&] { return p.state() == QProcess::NotRunning; }, prazoMs);
+    if (!r.terminou) {
         p.kill();
         p.waitForFinished(2000);
-        return s;
+        return r;
     }
-    s.codigo = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    s.saida = p.readAllStandardOutput();
-    return s;
-}
-
-QByteArray lerClipboard(const QString& tipo)
-{
-    return rodar(QStringLiteral("xclip"), {QStringLiteral("-selection"), QStringLiteral("clipboard"), QStringLiteral("-o"),
-                                           QStringLiteral("-t"), tipo})
-        .saida;
-}
-
-QStringList alvosDoClipboard()
-{
-    QStringList alvos;
-    for (const QByteArray& l : lerClipboard(QStringLiteral("TARGETS")).split('\n'))
-        if (!l.isEmpty())
-            alvos << QString::fromUtf8(l);
-    return alvos;
+    r.codigo = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+    r.saida = p.readAllStandardOutput();
+    return r;
 }
 
 Auxiliar::Auxiliar(const QString& programa, const QStringList& args)
 {
     auto env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+    env.insert("ASAN_OPTIONS"_t, "detect_leaks=0"_t);
     m_processo.setProcessEnvironment(env);
     m_processo.start(programa, args);
-    m_pronto = m_processo.waitForStarted(5000) && esperarAte(
-                                                      [&] {
-                                                          return m_processo.canReadLine()
-                                                              || m_processo.state() == QProcess::NotRunning;
-                                                      },
-                                                      10000)
+    m_pronto = m_processo.waitForStarted(5000)
+        && girarAte([&] { return m_processo.canReadLine() || m_processo.state() == QProcess::NotRunning; }, 10000)
         && m_processo.readLine().trimmed() == "pronto";
 }
 
 Auxiliar::~Auxiliar()
 {
-    if (m_processo.state() != QProcess::NotRunning) {
-        m_processo.terminate();
-        if (!m_processo.waitForFinished(3000)) {
-            m_processo.kill();
-            m_processo.waitForFinished(3000);
-        }
-    }
-}
-
-QByteArray lerArquivo(const QString& caminho)
-{
-    QFile f(caminho);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-Campainha::Campainha()
-{
-    int erro = 0, maior = XkbMajorVersion, menor = XkbMinorVersion, motivo = 0;
-    Display* d = XkbOpenDisplay(nullptr, &m_evento, &erro, &maior, &menor, &motivo);
-    if (!d)
+    if (m_processo.state() == QProcess::NotRunning)
         return;
-    XkbSelectEvents(d, XkbUseCoreKbd, XkbBellNotifyMask, XkbBellNotifyMask);
-    XSync(d, False);
-    m_display = d;
-}
-
-Campainha::~Campainha()
-{
-    if (m_display)
-        XCloseDisplay(static_cast<Display*>(m_display));
-}
-
-bool Campainha::tocou()
-{
-    auto* d = static_cast<Display*>(m_display);
-    bool tocou = false;
-    while (d && XPending(d)) {
-        XEvent e;
-        XNextEvent(d, &e);
-        if (e.type == m_evento && reinterpret_cast<XkbEvent*>(&e)->any.xkb_type == XkbBellNotify)
-            tocou = true;
+    m_processo.terminate();
+    if (!m_processo.waitForFinished(3000)) {
+        m_processo.kill();
+        m_processo.waitForFinished(3000);
     }
-    return tocou;
+}
+
+std::unique_ptr<Auxiliar> abrirAlvo(const QString& saida, const QStringList& extra)
+{
+    auto alvo = std::make_unique<Auxiliar>(QStringLiteral(SONVO_ALVO_TEXTO), QStringList{"--saida"_t, saida} + extra);
+    x11::JanelasX11 janelas(x11::ConexaoX11::abrir());
+    EXPECT_TRUE(alvo->pronto() && girarAte([&] {
+        const auto f = janelas.daFrente();
+        return f && f->pid == alvo->pid();
+    })) << "the target did not come to the front";
+    return alvo;
+}
+
+QByteArray ClipboardDoUsuario::pngDeTeste()
+{
+    QImage img(96, 64, QImage::Format_ARGB32);
+    for (int y = 0; y < img.height(); ++y)
+        for (int x = 0; x < img.width(); ++x)
+            img.setPixel(x, y, qRgba(x * 2, y * 3, (x * y) % 256, 200));
+    QByteArray png;
+    QBuffer b(&png);
+    b.open(QIODevice::WriteOnly);
+    img.save(&b, "PNG");
+    return png;
+}
+
+std::unique_ptr<Auxiliar> ClipboardDoUsuario::servir(const QString& pasta) const
+{
+    QStringList args;
+    for (const auto& [tipo, dados] : {std::pair{"text/plain", texto}, std::pair{"text/html", html}, std::pair{"image/png", png}}) {
+        const QString arquivo = pasta + u'/' + QString::fromLatin1(tipo).replace(u'/', u'-');
+        gravarArquivo(arquivo, dados);
+        args << QString::fromLatin1(tipo) + u'=' + arquivo;
+    }
+    auto dono = std::make_unique<Auxiliar>(QStringLiteral(SONVO_DONO_CLIPBOARD), args);
+    EXPECT_TRUE(dono->pronto());
+    return dono;
+}
+
+void ClipboardDoUsuario::conferir() const
+{
+    EXPECT_EQ(lerClipboard("text/plain"_t), texto);
+    EXPECT_EQ(lerClipboard("UTF8_STRING"_t), texto);
+    EXPECT_EQ(lerClipboard("text/html"_t), html);
+    EXPECT_TRUE(lerClipboard("image/png"_t) == png) << "the picture differs";
+    const QList<QByteArray> alvos = lerClipboard("TARGETS"_t).split('\n');
+    EXPECT_TRUE(alvos.contains("org.nspasteboard.RestoredType"));
+    EXPECT_FALSE(alvos.contains("org.nspasteboard.TransientType") || alvos.contains("x-kde-passwordManagerHint"));
+}
+
+Trecho trechoFalado(const QString& wav)
+{
+    SF_INFO info{};
+    SNDFILE* f = sf_open(QFile::encodeName(wav).constData(), SFM_READ, &info);
+    if (!f)
+        return {};
+    std::vector<float> amostras(static_cast<size_t>(info.frames * info.channels));
+    sf_readf_float(f, amostras.data(), info.frames);
+    sf_close(f);
+    const auto energia = [&](sf_count_t de, sf_count_t ate) {
+        double soma = 0;
+        for (sf_count_t i = de; i < ate; ++i)
+            soma += std::pow(amostras[static_cast<size_t>(i * info.channels)], 2);
+        return soma;
+    };
+    const sf_count_t janela = info.samplerate / 100;
+    sf_count_t primeiro = -1, ultimo = -1;
+    for (sf_count_t i = 0; janela > 0 && i + janela <= info.frames; i += janela)
+        if (std::sqrt(energia(i, i + janela) / double(janela)) > 0.01) {
+            primeiro = primeiro < 0 ? i : primeiro;
+            ultimo = i + janela;
+        }
+    Trecho t{info.samplerate, info.channels};
+    if (primeiro >= 0) {
+        t.segundos = double(ultimo - primeiro) / info.samplerate;
+        t.rms = std::sqrt(energia(primeiro, ultimo) / double(ultimo - primeiro));
+    }
+    return t;
 }
 
 } // namespace sonvo::teste::desktop

@@ -2,13 +2,11 @@
 
 #include "ApoioDesktop.h"
 
-#include "ai/KeychainService.h"
-#include "app/Arquivos.h"
-#include "app/Configuracoes.h"
-#include "support/Ambiente.h"
+#include "core/Configuracoes.h"
+#include "core/KeychainService.h"
 #include "support/ServidorTeste.h"
 
-#include <QProcess>
+#include <QDir>
 #include <gtest/gtest.h>
 
 namespace sonvo::teste::desktop {
@@ -23,60 +21,70 @@ protected:
         for (const char* v : {"DISPLAY", "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS", "PULSE_SERVER", "QT_QPA_PLATFORM"})
             if (qEnvironmentVariableIsSet(v))
                 amb.definir(QString::fromLatin1(v), qEnvironmentVariable(v));
-        amb.definir(QStringLiteral("SONVO_OPENAI_BASE_URL"), servidor.url().toString());
-        ASSERT_FALSE(KeychainService(pasta).salvarChave(AIProviderID::openai, QStringLiteral("sk-desktop")).has_value());
+        amb.definir("SONVO_OPENAI_BASE_URL"_t, servidor.url().toString());
+        amb.definir("TMPDIR"_t, temporaria);
+        ASSERT_TRUE(QDir().mkpath(temporaria));
+        ASSERT_FALSE(KeychainService(amb.pastaDados()).salvarChave("openai_api_key"_t, "sk-desktop"_t));
         // Past the first run: the welcome window would take the focus from the target.
-        config.definir(QStringLiteral("hasOnboarded"), true);
+        config.definir("hasOnboarded"_t, true);
         ASSERT_TRUE(config.sincronizar());
     }
     void TearDown() override
     {
-        if (sonvo.state() != QProcess::NotRunning) {
-            sonvo.terminate();
-            if (!sonvo.waitForFinished(5000))
-                sonvo.kill();
-            sonvo.waitForFinished(2000);
-        }
+        sonvo.terminate();
+        if (!sonvo.waitForFinished(5000))
+            sonvo.kill();
+        sonvo.waitForFinished(2000);
+        soltarTeclas();
     }
 
     QString arquivo(const QString& nome) const { return amb.raiz() + u'/' + nome; }
-    QStringList log() const { return QString::fromUtf8(amb.lerLog()).split(u'\n', Qt::SkipEmptyParts); }
-    qsizetype contar(const QString& trecho) const { return log().filter(trecho).size(); }
+    qsizetype contar(const QString& trecho) const { return QString::fromUtf8(amb.lerLog()).count(trecho); }
     std::string logInteiro() const { return amb.lerLog().toStdString(); }
+    QString textoDoAlvo() const { return QString::fromUtf8(lerArquivo(arquivo("alvo"_t))); }
+    std::unique_ptr<Auxiliar> abrirAlvo(const QStringList& extra = {}) { return desktop::abrirAlvo(arquivo("alvo"_t), extra); }
 
-    void gravarFala(const QString& texto)
-    {
-        const auto r = rodar(QStringLiteral("espeak-ng"),
-                             {QStringLiteral("-v"), QStringLiteral("pt-br"), QStringLiteral("-w"), fala, texto});
-        ASSERT_EQ(r.codigo, 0);
-    }
+    void gravarFala(const QString& texto) { ASSERT_EQ(rodar("espeak-ng"_t, {"-v"_t, "pt-br"_t, "-w"_t, fala, texto}).codigo, 0); }
+    void tecla(const char* combinacao) { ASSERT_TRUE(xdotool({"key"_t, QString::fromLatin1(combinacao)})); }
     // Starts the tray application and waits until its start-up has run (the notification server
     // answered) and its hotkeys are set up.
     void iniciarSonvo()
     {
-        QProcessEnvironment env = amb.ambiente();
-        env.insert(QStringLiteral("TMPDIR"), amb.raiz());
-        sonvo.setProcessEnvironment(env);
+        sonvo.setProcessEnvironment(amb.ambiente());
         sonvo.start(QStringLiteral(SONVO_BIN), QStringList{});
         ASSERT_TRUE(sonvo.waitForStarted());
-        ASSERT_TRUE(esperarAte([&] { return contar(QStringLiteral("notification auth granted=")) == 1; }, 15000))
-            << logInteiro() << sonvo.readAllStandardError().toStdString() << " estado " << int(sonvo.state());
-        esperarAte([] { return false; }, 300);
+        ASSERT_TRUE(girarAte([&] { return contar("notification auth granted="_t) == 1; }, 15000))
+            << logInteiro() << sonvo.readAllStandardError().toStdString();
+        girarPor(300);
     }
-    void tecla(const char* combinacao)
+    // Once the log shows that a hotkey press was taken, the phrase is played into the virtual microphone.
+    void falar()
     {
-        ASSERT_EQ(rodar(QStringLiteral("xdotool"), {QStringLiteral("key"), QString::fromLatin1(combinacao)}).codigo, 0);
+        ASSERT_TRUE(girarAte([&] { return contar("[HotKey] trigger"_t) >= 1; })) << logInteiro();
+        girarPor(300);
+        ASSERT_EQ(rodar("paplay"_t, {"-d"_t, "vsink"_t, fala}, 20000).codigo, 0);
+        girarPor(300);
     }
-    void tocarFala()
+    // A whole dictation: `combinacao`, the phrase, `combinacao` again.
+    void ditar(const char* combinacao)
     {
-        ASSERT_EQ(rodar(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("vsink"), fala}, 20000).codigo, 0);
+        tecla(combinacao);
+        falar();
+        tecla(combinacao);
+    }
+    // Waits for the paste into the target (and, a moment later, all of it); expects exactly `texto`.
+    void conferirColado(const QString& texto, int prazoMs = 20000)
+    {
+        ASSERT_TRUE(girarAte([&] { return !textoDoAlvo().isEmpty(); }, prazoMs)) << logInteiro();
+        girarPor(300);
+        EXPECT_EQ(textoDoAlvo(), texto);
     }
 
     AmbienteTemporario amb;
     ServidorTeste servidor;
     Configuracoes config{amb.arquivoConfig()};
-    QString pasta = Caminhos::pastaDados();
-    QString fala = amb.raiz() + QStringLiteral("/fala.wav");
+    QString temporaria = amb.raiz() + "/tmp"_t;
+    QString fala = amb.raiz() + "/fala.wav"_t;
     QProcess sonvo;
 };
 

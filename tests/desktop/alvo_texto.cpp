@@ -1,13 +1,11 @@
 // A text widget of another client, the target of the desktop tests' pastes.
-//   sonvo_alvo_texto --saida ARQ [--classe CLASSE] [--terminal] [--fechar-ao-reativar] [--atraso MS]
-//                    [--selecao TEXTO]
+//   sonvo_alvo_texto --saida ARQ [--classe CLASSE] [--terminal] [--atraso MS] [--selecao TEXTO]
 // Writes the widget's whole text to ARQ on every change, and one line per Ctrl+V or
 // Ctrl+Shift+V to ARQ.teclas with the clipboard's formats at that moment. --classe sets the
 // WM_CLASS class; --terminal behaves like a terminal (Ctrl+Shift+V pastes, Ctrl+V types "^V");
-// --fechar-ao-reativar exits as soon as the window is activated again after losing the focus
-// (ARQ.desativado appears when it lost it); --atraso makes it a slow application that fetches the
-// clipboard MS milliseconds after the paste keys; --selecao starts with TEXTO in the widget, all of
-// it selected and offered as the PRIMARY selection, as a user's selection is.
+// --atraso makes it a slow application that fetches the clipboard MS milliseconds after the paste
+// keys; --selecao starts with TEXTO in the widget, all of it selected and offered as the PRIMARY
+// selection, as a user's selection is.
 #include <QApplication>
 #include <QClipboard>
 #include <QFile>
@@ -19,7 +17,6 @@
 #include <QThread>
 
 #include <cstdio>
-#include <unistd.h>
 
 namespace {
 
@@ -64,33 +61,11 @@ protected:
     }
 };
 
-class Janela : public Editor {
-public:
-    bool fecharAoReativar = false;
-
-protected:
-    bool event(QEvent* e) override
-    {
-        if (e->type() == QEvent::WindowDeactivate && fecharAoReativar && !m_perdeuFoco) {
-            m_perdeuFoco = true;
-            QFile f(g_saida + QStringLiteral(".desativado")); // the test waits for this before going on
-            f.open(QIODevice::WriteOnly);
-        }
-        if (e->type() == QEvent::WindowActivate && fecharAoReativar && m_perdeuFoco)
-            _exit(0); // gone at once, before any key can arrive
-        return Editor::event(e);
-    }
-
-private:
-    bool m_perdeuFoco = false;
-};
-
 } // namespace
 
 int main(int argc, char** argv)
 {
     QString classe = QStringLiteral("Sonvo-alvo");
-    bool fechar = false;
     QString selecao;
     for (int i = 1; i < argc; ++i) {
         const QString a = QString::fromLocal8Bit(argv[i]);
@@ -100,8 +75,6 @@ int main(int argc, char** argv)
             classe = QString::fromLocal8Bit(argv[++i]);
         else if (a == QLatin1String("--terminal"))
             g_terminal = true;
-        else if (a == QLatin1String("--fechar-ao-reativar"))
-            fechar = true;
         else if (a == QLatin1String("--atraso") && i + 1 < argc)
             g_atrasoMs = QString::fromLocal8Bit(argv[++i]).toInt();
         else if (a == QLatin1String("--selecao") && i + 1 < argc)
@@ -112,8 +85,7 @@ int main(int argc, char** argv)
     // Qt names the WM_CLASS class after the application.
     QCoreApplication::setApplicationName(classe);
     QApplication app(argc, argv);
-    Janela janela;
-    janela.fecharAoReativar = fechar;
+    Editor janela;
     janela.setWindowTitle(QStringLiteral("Alvo ") + classe);
     janela.resize(420, 160);
     if (!selecao.isEmpty()) {

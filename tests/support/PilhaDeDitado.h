@@ -1,34 +1,19 @@
 #pragma once
 
-#include "app/Arquivos.h"
-#include "app/Configuracoes.h"
-#include "app/RecordingViewModel.h"
-#include "capture/Insercao.h"
-#include "capture/SpeechManager.h"
-#include "capture/TranscriptionHistory.h"
+#include "core/Arquivos.h"
+#include "core/Configuracoes.h"
+#include "shell/RecordingViewModel.h"
+#include "dictation/SpeechManager.h"
+#include "dictation/TranscriptionHistory.h"
 #include "platform/null/PlataformaNula.h"
 #include "support/Ambiente.h"
+#include "support/Falsos.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QNetworkAccessManager>
 
-#include <functional>
 
 namespace sonvo::teste {
-
-// Insertion that only records what it was given, and where it would have gone (the application
-// `frente` reports as being in front at that moment).
-class InsercaoGravada : public Insercao {
-public:
-    std::function<std::optional<QString>()> frente;
-    QList<QPair<QString, std::optional<QString>>> insercoes;
-    QCoro::Task<> inserir(QString texto) override
-    {
-        insercoes << qMakePair(texto, frente ? frente() : std::nullopt);
-        co_return;
-    }
-    QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QString&) override { return {}; }
-};
 
 // A real speech manager and its view model in a throw-away home: no microphone, the network
 // for loopback servers, insertions recorded. Fixtures derive from it next to ::testing::Test.

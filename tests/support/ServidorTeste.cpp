@@ -11,7 +11,6 @@
 #include <QTcpSocket>
 #include <QThread>
 #include <QTimer>
-#include <QWaitCondition>
 
 #include <chrono>
 #include <sys/socket.h>
@@ -51,14 +50,6 @@ QByteArray Requisicao::cabecalho(const QByteArray& nome) const
         if (n.compare(nome, Qt::CaseInsensitive) == 0)
             return v;
     return {};
-}
-
-bool Requisicao::temCabecalho(const QByteArray& nome) const
-{
-    for (const auto& [n, v] : cabecalhos)
-        if (n.compare(nome, Qt::CaseInsensitive) == 0)
-            return true;
-    return false;
 }
 
 std::optional<QList<ParteMultipart>> Requisicao::partes() const
@@ -197,7 +188,6 @@ QList<QByteArray> Resposta::eventosAnthropic(const QStringList& fragmentos, bool
 
 struct ServidorTeste::Estado {
     mutable QMutex mutex;
-    mutable QWaitCondition chegou;
     QList<Requisicao> requisicoes;
     QList<Resposta> fila;
     Resposta padrao = Resposta::json(200, R"({"text":""})");
@@ -271,7 +261,6 @@ void ServidorTeste::Estado::atender(QTcpSocket* s)
                 c.atual = req;
             }
             const qint64 pega = std::min<qint64>(c.falta, c.buffer.size());
-            c.atual->tamanhoCorpo += pega;
             bool guardando = false;
             {
                 QMutexLocker l(&mutex);
@@ -288,7 +277,6 @@ void ServidorTeste::Estado::atender(QTcpSocket* s)
             {
                 QMutexLocker l(&mutex);
                 requisicoes.append(pronta);
-                chegou.wakeAll();
             }
             responder(QPointer<QTcpSocket>(s), proxima());
         }
@@ -390,8 +378,6 @@ ServidorTeste::~ServidorTeste()
     m->thread.wait();
 }
 
-quint16 ServidorTeste::porta() const { return m->porta; }
-
 QUrl ServidorTeste::url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1").arg(m->porta)); }
 
 void ServidorTeste::enfileirar(const Resposta& r)
@@ -424,17 +410,5 @@ int ServidorTeste::conexoesAbertas() const
     return m->abertas;
 }
 
-bool ServidorTeste::esperarRequisicoes(int quantas, int prazoMs) const
-{
-    QElapsedTimer t;
-    t.start();
-    QMutexLocker l(&m->mutex);
-    while (m->requisicoes.size() < quantas) {
-        const qint64 resta = prazoMs - t.elapsed();
-        if (resta <= 0 || !m->chegou.wait(&m->mutex, static_cast<unsigned long>(resta)))
-            return m->requisicoes.size() >= quantas;
-    }
-    return true;
-}
 
 } // namespace sonvo::teste

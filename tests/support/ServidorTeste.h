@@ -26,10 +26,8 @@ struct Requisicao {
     QByteArray caminho;
     Cabecalhos cabecalhos; // in the order received, names as sent
     QByteArray corpo;
-    qint64 tamanhoCorpo = 0; // kept even when the server discards bodies
 
     QByteArray cabecalho(const QByteArray& nome) const; // case-insensitive; empty when absent
-    bool temCabecalho(const QByteArray& nome) const;
     // The multipart/form-data parts, strictly parsed; nothing when the body is malformed.
     std::optional<QList<ParteMultipart>> partes() const;
 };
@@ -75,7 +73,6 @@ public:
     ServidorTeste(const ServidorTeste&) = delete;
     ServidorTeste& operator=(const ServidorTeste&) = delete;
 
-    quint16 porta() const;
     QUrl url() const; // http://127.0.0.1:<porta>
 
     void enfileirar(const Resposta& r);
@@ -84,7 +81,6 @@ public:
 
     QList<Requisicao> requisicoes() const;
     int conexoesAbertas() const;
-    bool esperarRequisicoes(int quantas, int prazoMs = 5000) const;
 
     struct Estado;
 

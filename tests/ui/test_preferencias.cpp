@@ -1,14 +1,8 @@
-// The preferences window round-trips through the real settings file, the key file, the
-// vocabulary files and the audit queue; the audit runs against a loopback server speaking
-// OpenAI's chat format.
-#include "Capturas.h"
-
-#include "ai/KeychainService.h"
-#include "ai/QuickAction.h"
-#include "app/Arquivos.h"
-#include "app/Configuracoes.h"
-#include "app/OperationMode.h"
-#include "capture/TranscriptionHistory.h"
+// The preferences window: its texts, and each page round-tripping through the real settings, key,
+// vocabulary and audit files (the audit against a loopback server speaking OpenAI's chat format).
+#include "core/Configuracoes.h"
+#include "core/KeychainService.h"
+#include "dictation/TranscriptionHistory.h"
 #include "support/Ambiente.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
@@ -16,295 +10,189 @@
 #include "vocabulary/VocabularyAuditService.h"
 #include "vocabulary/VocabularyService.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
 #include <QNetworkAccessManager>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTabWidget>
-#include <QTableWidget>
 #include <QTest>
+#include <QtWidgets>
 #include <gtest/gtest.h>
 
-QT_BEGIN_NAMESPACE
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
-QT_END_NAMESPACE
-
+using namespace Qt::StringLiterals;
 using namespace sonvo;
 using namespace sonvo::teste;
 
 namespace {
+
+// What a user reads or a screen reader says on a page.
+QStringList textosDe(QWidget* pagina)
+{
+    QStringList t;
+    for (QWidget* w : pagina->findChildren<QWidget*>()) {
+        for (const char* p : {"text", "title", "placeholderText", "accessibleName", "toolTip"})
+            t << w->property(p).toString();
+        if (auto* v = qobject_cast<QAbstractItemView*>(w)) // list items and column headings
+            for (int j = 0; j < std::max(v->model()->rowCount(), v->model()->columnCount()); ++j)
+                t << v->model()->index(j, 0).data().toString() << v->model()->headerData(j, Qt::Horizontal).toString();
+        if (auto* abas = qobject_cast<QTabBar*>(w))
+            for (int j = 0; j < abas->count(); ++j)
+                t << abas->tabText(j);
+    }
+    return t;
+}
 
 struct Prefs : ::testing::Test {
     AmbienteTemporario amb;
     ServidorTeste servidor;
     Configuracoes config{amb.arquivoConfig()};
     QNetworkAccessManager rede;
-    QString pasta = Caminhos::pastaDados();
+    QString pasta = amb.pastaDados();
     VocabularyService vocab{pasta, config};
-    VocabularyAuditService auditoria{config, rede, pasta};
+    TranscriptionHistory historico{pasta};
+    VocabularyAuditService auditoria{config, rede, pasta, historico};
     QStringList abertos;
     int icones = 0;
     std::unique_ptr<ui::Preferencias> janela;
 
-    void SetUp() override
+    Prefs()
     {
         config.registrarPadroes(Configuracoes::padroesDoApp());
-        amb.definir(QStringLiteral("SONVO_OPENAI_BASE_URL"), servidor.url().toString());
+        amb.definir(u"SONVO_OPENAI_BASE_URL"_s, servidor.url().toString());
         criar();
     }
     void criar()
     {
         janela = std::make_unique<ui::Preferencias>(ui::Preferencias::Dependencias{
             config, vocab, auditoria, pasta, amb.arquivoLog(), [this](const QString& c) { abertos << c; },
-            [this] { ++icones; }});
-        janela->resize(820, 580);
+            [this] { ++icones; }, {u"Super+Shift+R"_s, u"Super+Shift+T"_s}});
     }
-    // What a later process would read: the settings file from disk.
-    QVariant doDisco(const QString& chave) const
-    {
-        Configuracoes outra(amb.arquivoConfig());
-        return outra.valor(chave);
-    }
-    QStringList acoesNaLista() const
-    {
-        QStringList t;
-        for (int i = 0; i < janela->listaAcoes()->count(); ++i)
-            t << janela->listaAcoes()->item(i)->text();
-        return t;
-    }
+    // What a later process reads: the settings file on disk.
+    QVariant doDisco(const QString& chave) const { return Configuracoes(amb.arquivoConfig()).valor(chave); }
 };
 
 } // namespace
 
-TEST_F(Prefs, CincoSecoesNaOrdem)
+TEST_F(Prefs, CincoSecoesEOsSeusTextos)
 {
-    EXPECT_EQ(ui::Preferencias::secoes(),
-              (QStringList{QStringLiteral("chaves"), QStringLiteral("acoes"), QStringLiteral("vocabulario"),
-                           QStringLiteral("comportamento"), QStringLiteral("sobre")}));
-    for (const QString& s : ui::Preferencias::secoes()) {
-        janela->mostrarSecao(s);
-        EXPECT_EQ(janela->secaoAtual(), s);
-        capturar(*janela, QStringLiteral("preferencias-") + s);
+    const QWidget* paginas[] = {janela->chaves(), janela->acoes(), janela->vocabulario(), janela->comportamento(), janela->sobre()};
+    for (int i = 4; i >= 0; --i) { // from the last: the first is shown at the start
+        janela->mostrarSecao(ui::Preferencias::secoes()[i]);
+        EXPECT_TRUE(paginas[i]->isVisibleTo(janela.get())) << i;
     }
+    const QStringList tem = textosDe(janela.get());
+    for (const QString& t : QStringList{
+             "Chaves", "Ações", "Vocabulário", "Comportamento", "Sobre", "Seções", "Chave da OpenAI", "Salvar",
+             "Chave da Anthropic", "Cole a chave aqui", "Provedor das ações de IA", "Endereços dos serviços", "OpenAI:",
+             "Usada na transcrição e, se escolhida abaixo, nas ações de IA. Salvar com o campo vazio remove a chave.",
+             "Anthropic:", "https://api.openai.com", "Salvar endereços", "Ações rápidas do menu, na ordem em que aparecem",
+             "Ações habilitadas", "Remover", "Ações disponíveis", "Adicionar ação:", "Adicionar",
+             "Arraste para reordenar. Ctrl+1, Ctrl+2… no menu seguem esta ordem.", "Global", "Por aplicativo",
+             "Termos prioritários", "Auditoria", "Ouvido", "Escrever", "Adicionar correção", "o que o ditado escreve",
+             "o que deve ser escrito", "Abrir vocabulary.md no editor", "Recarregar", "Aplicativo",
+             "Nunca corrigir (whitelist): nenhuma palavra", "aplicativo (classe da janela)", "Remover selecionada",
+             "Globais: nenhum", "executar", "Executar auditoria agora", "Auditar uma vez por dia ao abrir o Sonvo",
+             "A auditoria diária ainda não rodou.", "Provável", "Confiança", "Ocorrências", "Modo de operação",
+             "Completo (full)", "Mínimo (minimal)", "Discreto (stealth)", "Interruptores", "Mostrar action menu",
+             "Exibe o menu de transformações após gravar", "Mostrar intent modal", "Streaming inline",
+             "Confirma quando intenção é detectada na fala (\"transforma em email\")", "Capturar seleção",
+             "Tokens da IA aparecem progressivamente no preview", "Modo atual: Completo (full)",
+             "Envia texto selecionado no app frontmost como contexto à IA", "Sonvo " SONVO_VERSAO, "Pasta de dados:",
+             pasta, "Arquivo de log:", amb.arquivoLog(), "Configurações:", config.arquivo(), "Abrir",
+             "Ícone do aplicativo:", "Super+Shift+T dita e cola. Super+Shift+R dita e abre o menu de ações. No Wayland, "
+             "associe um atalho do seu ambiente ao comando: sonvo alternar (ou sonvo alternar --menu)."})
+        EXPECT_TRUE(tem.contains(t)) << t.toStdString();
 }
 
-TEST_F(Prefs, ChavesSalvamRemovemEAvisamDoErro)
+TEST_F(Prefs, ChavesProvedorEnderecosAcoesModoESobre)
 {
-    janela->campoChave(0)->setText(QStringLiteral(" sk-proj-abc "));
-    janela->botaoSalvarChave(0)->click();
-    EXPECT_EQ(janela->mensagemChave(0)->text(), QStringLiteral("Chave OpenAI salva"));
-    EXPECT_EQ(KeychainService(pasta).chave(QStringLiteral("openai_api_key")), QStringLiteral(" sk-proj-abc "))
-        << "stored as typed";
-    EXPECT_TRUE(janela->campoChave(0)->text().isEmpty()) << "the key is not left on screen";
-    EXPECT_EQ(modoDe(KeychainService(pasta).arquivo()), 0600);
+    ui::PaginaChaves& p = *janela->chaves();
+    const KeychainService chaves(pasta);
+    p.campoChave(0)->setText(u" sk-proj-abc "_s);
+    p.botaoSalvarChave(0)->click();
+    EXPECT_EQ(chaves.chave(u"openai_api_key"_s), u" sk-proj-abc "_s) << "stored as typed";
+    EXPECT_EQ((QStringList{p.mensagemChave(0)->text(), p.campoChave(0)->text(), p.campoChave(0)->placeholderText()}),
+              (QStringList{"Chave OpenAI salva", "", "Chave configurada — digite outra para trocar"}));
+    QTest::keyClick(p.campoChave(0), Qt::Key_Return); // saved empty: removed
+    EXPECT_EQ(p.mensagemChave(0)->text(), u"Chave OpenAI removida"_s);
+    EXPECT_FALSE(chaves.chave(u"openai_api_key"_s).has_value());
 
-    janela->botaoSalvarChave(0)->click();
-    EXPECT_EQ(janela->mensagemChave(0)->text(), QStringLiteral("Chave OpenAI removida"));
-    EXPECT_FALSE(KeychainService(pasta).chave(QStringLiteral("openai_api_key")).has_value());
+    p.escolhaProvedor()->setCurrentIndex(1);
+    p.campoEndpoint(0)->setText(u"http://127.0.0.1:8080/proxy"_s);
+    p.campoEndpoint(1)->setText(u"ftp://127.0.0.1/x"_s);
+    p.botaoSalvarEndpoints()->click();
+    EXPECT_EQ(p.mensagemEndpoints()->text(), u"Endereço inválido: ftp://127.0.0.1/x (use http:// ou https:// seguido do servidor)"_s);
+    EXPECT_FALSE(doDisco(u"openaiBaseURL"_s).isValid()) << "nothing written unless both are good";
+    p.campoEndpoint(1)->clear();
+    p.botaoSalvarEndpoints()->click();
+    EXPECT_EQ(p.mensagemEndpoints()->text(), u"Endereços salvos. A variável SONVO_OPENAI_BASE_URL está "
+                                             "definida e vale mais que este campo."_s);
+    criar(); // a new window shows what was saved
+    EXPECT_EQ(janela->chaves()->escolhaProvedor()->currentText(), u"Anthropic (claude-haiku-4-5)"_s);
+    EXPECT_EQ(janela->chaves()->campoEndpoint(0)->text(), u"http://127.0.0.1:8080/proxy"_s);
 
-    // The key file cannot be written: a folder stands where it should be.
-    ASSERT_TRUE(QFile::remove(KeychainService(pasta).arquivo()));
-    ASSERT_TRUE(QDir().mkpath(KeychainService(pasta).arquivo()));
-    janela->campoChave(1)->setText(QStringLiteral("sk-ant-x"));
-    QTest::keyClick(janela->campoChave(1), Qt::Key_Return);
-    EXPECT_EQ(janela->mensagemChave(1)->text(), QStringLiteral("Erro ao salvar chave Anthropic"));
-}
-
-TEST_F(Prefs, ProvedorPeloNomeEEnderecos)
-{
-    QComboBox* p = janela->escolhaProvedor();
-    ASSERT_EQ(p->count(), 2);
-    EXPECT_EQ(p->itemText(0), QStringLiteral("OpenAI (gpt-4o-mini)"));
-    EXPECT_EQ(p->itemText(1), QStringLiteral("Anthropic (claude-haiku-4-5)"));
-    p->setCurrentIndex(1);
-    EXPECT_EQ(doDisco(QStringLiteral("aiProvider")).toString(), QStringLiteral("anthropic"));
-
-    janela->campoEndpoint(0)->setText(QStringLiteral("ftp://127.0.0.1/x"));
-    janela->findChild<QPushButton*>(QStringLiteral("salvarEndpoints"))->click();
-    EXPECT_TRUE(janela->mensagemEndpoints()->text().startsWith(QStringLiteral("Endereço inválido: ftp://127.0.0.1/x")));
-    EXPECT_FALSE(doDisco(QStringLiteral("openaiBaseURL")).isValid()) << "nothing written on a bad address";
-
-    janela->campoEndpoint(0)->setText(QStringLiteral("http://127.0.0.1:8080/proxy"));
-    janela->findChild<QPushButton*>(QStringLiteral("salvarEndpoints"))->click();
-    EXPECT_EQ(doDisco(QStringLiteral("openaiBaseURL")).toString(), QStringLiteral("http://127.0.0.1:8080/proxy"));
-    EXPECT_TRUE(janela->mensagemEndpoints()->text().contains(QStringLiteral("SONVO_OPENAI_BASE_URL")))
-        << "the environment wins, and the pane says so";
-
-    // A new window shows what was saved.
-    criar();
-    EXPECT_EQ(janela->escolhaProvedor()->currentIndex(), 1);
-    EXPECT_EQ(janela->campoEndpoint(0)->text(), QStringLiteral("http://127.0.0.1:8080/proxy"));
-}
-
-TEST_F(Prefs, AcoesRemoverAdicionarReordenar)
-{
-    EXPECT_EQ(acoesNaLista(), (QStringList{QStringLiteral("Resumir"), QStringLiteral("Bullet Points"), QStringLiteral("Email")}));
-    EXPECT_EQ(janela->acoesDisponiveis()->count(), 2);
-    janela->listaAcoes()->setCurrentRow(1);
-    EXPECT_EQ(janela->botaoRemoverAcao()->text(), QStringLiteral("Remover Bullet Points"));
-    janela->botaoRemoverAcao()->click();
-    EXPECT_EQ(doDisco(QStringLiteral("vozelQuickActions")).toStringList(),
-              (QStringList{QStringLiteral("resumir"), QStringLiteral("email")}));
-
-    janela->acoesDisponiveis()->setCurrentIndex(janela->acoesDisponiveis()->findText(QStringLiteral("Post")));
-    janela->botaoAdicionarAcao()->click();
-    EXPECT_EQ(acoesNaLista(), (QStringList{QStringLiteral("Resumir"), QStringLiteral("Email"), QStringLiteral("Post")}));
-
-    // A drag that drops Post first: the model moves the row, the order is written.
-    ASSERT_TRUE(janela->listaAcoes()->model()->moveRow(QModelIndex(), 2, QModelIndex(), 0));
-    EXPECT_EQ(doDisco(QStringLiteral("vozelQuickActions")).toStringList(),
-              (QStringList{QStringLiteral("post"), QStringLiteral("resumir"), QStringLiteral("email")}));
-    EXPECT_EQ(QuickActions::loadOrdered(config),
-              (QList<QuickAction>{QuickAction::post, QuickAction::resumir, QuickAction::email}));
-
-    // Down to one: that one cannot go (an empty list would bring the defaults back).
-    for (int i = 0; i < 2; ++i) {
-        janela->listaAcoes()->setCurrentRow(0);
-        janela->botaoRemoverAcao()->click();
+    ui::PaginaAcoes& a = *janela->acoes();
+    const auto acoes = [&] { return doDisco(u"vozelQuickActions"_s).toStringList(); };
+    a.listaAcoes()->setCurrentRow(1); // Bullet Points
+    a.botaoRemoverAcao()->click();
+    a.acoesDisponiveis()->setCurrentIndex(a.acoesDisponiveis()->findText(u"Post"_s));
+    a.botaoAdicionarAcao()->click();
+    ASSERT_TRUE(a.listaAcoes()->model()->moveRow(QModelIndex(), 2, QModelIndex(), 0)); // Post dragged to the top
+    EXPECT_EQ(acoes(), (QStringList{"post", "resumir", "email"}));
+    for (int i = 0; i < 3; ++i) { // the last one stays: an empty list would bring the defaults back
+        a.listaAcoes()->setCurrentRow(0);
+        a.botaoRemoverAcao()->click();
     }
-    EXPECT_EQ(acoesNaLista(), QStringList{QStringLiteral("Email")});
-    janela->listaAcoes()->setCurrentRow(0);
-    EXPECT_FALSE(janela->botaoRemoverAcao()->isEnabled());
-    EXPECT_EQ(doDisco(QStringLiteral("vozelQuickActions")).toString(), QStringLiteral("email"));
+    EXPECT_EQ(acoes(), QStringList{"email"});
+
+    ui::PaginaComportamento& c = *janela->comportamento();
+    c.botoesModo().at(2)->click(); // Discreto (stealth), the third preset
+    EXPECT_FALSE(doDisco(Interruptores::actionMenu).toBool() || c.interruptor(Interruptores::selecao)->isChecked());
+    EXPECT_EQ(c.modoAtual()->text() + u'\n' + c.descricaoModo()->text(),
+              u"Modo atual: Discreto (stealth)\nPaste direto, zero modais — pegada visual mínima, "
+              "Super+Shift+R e Super+Shift+T fazem a mesma coisa"_s);
+    c.interruptor(Interruptores::streaming)->click(); // one switch by hand: the mode becomes custom
+    EXPECT_TRUE(doDisco(Interruptores::streaming).toBool());
+    EXPECT_EQ(c.modoAtual()->text(), u"Modo atual: Personalizado (custom)"_s);
+
+    janela->sobre()->escolhaIcone()->setCurrentIndex(1);
+    EXPECT_EQ(doDisco(u"iconVariant"_s).toString() + QString::number(icones), u"light1"_s);
 }
 
-TEST_F(Prefs, VocabularioGlobalEPorAplicativo)
+TEST_F(Prefs, VocabularioGlobalPorAplicativoEAuditoria)
 {
-    janela->mostrarSecao(QStringLiteral("vocabulario"));
-    janela->campoOuvido()->setText(QStringLiteral("jira"));
-    janela->botaoAdicionarCorrecao()->click();
-    EXPECT_EQ(janela->mensagemVocabulario()->text(), QStringLiteral("Preencha o que é ouvido e o que deve ser escrito."));
-    janela->campoEscrever()->setText(QStringLiteral("Jira"));
-    janela->botaoAdicionarCorrecao()->click();
-    EXPECT_EQ(vocab.carregaGlobal().correcoes.value(QStringLiteral("jira")), QStringLiteral("Jira"));
-    EXPECT_EQ(vocab.aplicarCorrecoes(QStringLiteral("abri o jira"), std::nullopt), QStringLiteral("abri o Jira"));
-    bool naTabela = false;
-    for (int i = 0; i < janela->tabelaGlobal()->rowCount(); ++i)
-        naTabela |= janela->tabelaGlobal()->item(i, 0)->text() == QStringLiteral("jira");
-    EXPECT_TRUE(naTabela);
+    ui::PaginaVocabulario& p = *janela->vocabulario();
+    p.campoOuvido()->setText(u"jira"_s);
+    p.botaoAdicionarCorrecao()->click();
+    EXPECT_EQ(p.mensagemVocabulario()->text(), u"Preencha o que é ouvido e o que deve ser escrito."_s);
+    p.campoEscrever()->setText(u"Jira"_s);
+    p.botaoAdicionarCorrecao()->click();
+    EXPECT_EQ(p.mensagemVocabulario()->text(), u"Correção adicionada: jira → Jira"_s);
+    // Opened in the editor and changed there: "Recarregar" shows it.
+    p.botaoAbrirVocabulario()->click();
+    ASSERT_EQ(abertos, QStringList{vocab.documento().arquivo()});
+    ASSERT_TRUE(gravarArquivo(abertos[0], lerArquivo(abertos[0]) + "\n- figma -> Figma\n\n## Whitelist\n- Sexta\n- abril\n"));
+    p.botaoRecarregar()->click();
+    EXPECT_EQ(vocab.aplicarCorrecoes(u"jira e figma"_s, std::nullopt), u"Jira e Figma"_s);
+    EXPECT_EQ(p.whitelist()->text(), u"Nunca corrigir (whitelist): abril, sexta"_s);
 
-    janela->findChild<QPushButton*>(QStringLiteral("abrirVocabulario"))->click();
-    EXPECT_EQ(abertos, QStringList{vocab.arquivoGlobal()});
+    p.campoApp()->setText(u"kate"_s);
+    p.campoOuvidoApp()->setText(u"cubo"_s);
+    p.campoEscreverApp()->setText(u"Kubernetes"_s);
+    p.botaoAdicionarPorApp()->click();
+    EXPECT_EQ(p.mensagemPorApp()->text(), u"Correção adicionada para kate"_s);
+    EXPECT_EQ(vocab.aplicarCorrecoes(u"o cubo"_s, u"kate"_s), u"o Kubernetes"_s);
 
-    // An edit made in the editor shows on "Recarregar".
-    QFile f(vocab.arquivoGlobal());
-    ASSERT_TRUE(f.open(QIODevice::Append));
-    f.write("\n- figma -> Figma\n\n## Whitelist\n- Sexta\n- abril\n");
-    f.close();
-    for (QPushButton* b : janela->findChildren<QPushButton*>())
-        if (b->text() == QStringLiteral("Recarregar"))
-            b->click();
-    EXPECT_EQ(janela->tabelaGlobal()->rowCount(), vocab.carregaGlobal().correcoes.size());
-    EXPECT_EQ(janela->whitelist()->text(), QStringLiteral("Nunca corrigir (whitelist): abril, sexta"));
-
-    janela->campoApp()->setText(QStringLiteral("kate"));
-    janela->campoOuvidoApp()->setText(QStringLiteral("cubo"));
-    janela->campoEscreverApp()->setText(QStringLiteral("Kubernetes"));
-    janela->botaoAdicionarPorApp()->click();
-    EXPECT_EQ(vocab.aplicarCorrecoes(QStringLiteral("o cubo caiu"), QStringLiteral("kate")), QStringLiteral("o Kubernetes caiu"));
-    EXPECT_EQ(janela->appsComVocabulario()->currentText(), QStringLiteral("kate"));
-    ASSERT_EQ(janela->tabelaPorApp()->rowCount(), 1);
-    janela->findChild<QTabWidget*>()->setCurrentIndex(1);
-    capturar(*janela, QStringLiteral("preferencias-vocabulario-por-app"));
-    janela->tabelaPorApp()->selectRow(0);
-    janela->botaoRemoverPorApp()->click();
-    EXPECT_EQ(vocab.aplicarCorrecoes(QStringLiteral("o cubo caiu"), QStringLiteral("kate")), QStringLiteral("o cubo caiu"));
-    EXPECT_EQ(janela->tabelaPorApp()->rowCount(), 0);
-}
-
-TEST_F(Prefs, AuditoriaExecutaAprovaERejeita)
-{
-    ASSERT_FALSE(KeychainService(pasta).salvarChave(AIProviderID::openai, QStringLiteral("sk-x")).has_value());
-    // No history yet: the audit says so.
-    janela->botaoExecutarAuditoria()->click();
-    ASSERT_TRUE(girarAte([&] { return janela->botaoExecutarAuditoria()->isEnabled(); }));
-    EXPECT_EQ(janela->mensagemAuditoria()->text(), QStringLiteral("Sem transcrições suficientes para auditar."));
-
-    TranscriptionHistory historico(pasta);
-    historico.append(QStringLiteral("abri o jira e o figma"), QStringLiteral("kate"));
-    const QByteArray conteudo =
-        R"({"sugestoes":[{"ouvido":"jira","provavel":"Jira","confianca":0.92,"ocorrencias":3},)"
-        R"({"ouvido":"figma","provavel":"Figma","confianca":0.81,"ocorrencias":2}]})";
-    QJsonObject msg{{QStringLiteral("role"), QStringLiteral("assistant")},
-                    {QStringLiteral("content"), QString::fromUtf8(conteudo)}};
-    QJsonObject escolha{{QStringLiteral("message"), msg}};
-    servidor.enfileirar(Resposta::json(
-        200, QJsonDocument(QJsonObject{{QStringLiteral("choices"), QJsonArray{escolha}}}).toJson(QJsonDocument::Compact)));
-    janela->botaoExecutarAuditoria()->click();
-    ASSERT_TRUE(girarAte([&] { return janela->sugestoes()->rowCount() == 2; }))
-        << janela->mensagemAuditoria()->text().toStdString();
-    EXPECT_EQ(janela->mensagemAuditoria()->text(), QStringLiteral("2 sugestões novas."));
-    janela->mostrarSecao(QStringLiteral("vocabulario"));
-    janela->findChild<QTabWidget*>()->setCurrentIndex(3);
-    capturar(*janela, QStringLiteral("preferencias-auditoria"));
-
-    // Approve the first (by its own button), reject the other.
-    const QString primeiro = janela->sugestoes()->item(0, 0)->text();
-    janela->sugestoes()->cellWidget(0, 4)->findChildren<QPushButton*>().at(0)->click();
-    EXPECT_TRUE(vocab.carregaGlobal().correcoes.contains(primeiro.toLower()));
-    ASSERT_EQ(janela->sugestoes()->rowCount(), 1);
-    janela->sugestoes()->cellWidget(0, 4)->findChildren<QPushButton*>().at(1)->click();
-    EXPECT_EQ(janela->sugestoes()->rowCount(), 0);
-    EXPECT_TRUE(auditoria.pendentes().isEmpty());
-    EXPECT_EQ(vocab.carregaGlobal().correcoes.size(), 1) << "the rejected one never reaches the vocabulary";
-
-    janela->auditoriaDiaria()->setChecked(true);
-    EXPECT_EQ(doDisco(QStringLiteral("vocabularyAuditEnabled")).toString(), QStringLiteral("true"));
-}
-
-TEST_F(Prefs, ComportamentoPresetsInterruptoresEModoDerivado)
-{
-    janela->mostrarSecao(QStringLiteral("comportamento"));
-    ASSERT_NE(janela->interruptor(QStringLiteral("toggleShowIntentModal")), nullptr);
-    EXPECT_EQ(janela->interruptor(QStringLiteral("toggleShowActionMenu"))->text(), QStringLiteral("Mostrar action menu"));
-    EXPECT_EQ(janela->interruptor(QStringLiteral("toggleShowIntentModal"))->toolTip(),
-              QStringLiteral("Confirma quando intenção é detectada na fala (\"transforma em email\")"));
-    EXPECT_EQ(janela->interruptor(QStringLiteral("toggleStreamingInline"))->toolTip(),
-              QStringLiteral("Tokens da IA aparecem progressivamente no preview"));
-    EXPECT_EQ(janela->interruptor(QStringLiteral("toggleSelectionContext"))->text(), QStringLiteral("Capturar seleção"));
-    EXPECT_EQ(janela->modoAtual()->text(), QStringLiteral("Modo atual: Completo (full)"));
-
-    QAbstractButton* discreto = nullptr;
-    for (QAbstractButton* b : janela->botoesModo())
-        if (b->property("modo").toString() == QStringLiteral("stealth"))
-            discreto = b;
-    ASSERT_NE(discreto, nullptr);
-    discreto->click();
-    for (const char* k : {"toggleShowActionMenu", "toggleShowIntentModal", "toggleStreamingInline", "toggleSelectionContext"}) {
-        EXPECT_EQ(doDisco(QString::fromLatin1(k)).toString(), QStringLiteral("false")) << k;
-        EXPECT_FALSE(janela->interruptor(QString::fromLatin1(k))->isChecked()) << k;
-    }
-    EXPECT_EQ(doDisco(QStringLiteral("operationMode")).toString(), QStringLiteral("stealth"));
-    EXPECT_EQ(janela->modoAtual()->text(), QStringLiteral("Modo atual: Discreto (stealth)"));
-
-    // One switch by hand: the mode shown becomes custom, the preset radio follows.
-    janela->interruptor(QStringLiteral("toggleStreamingInline"))->click();
-    EXPECT_EQ(doDisco(QStringLiteral("toggleStreamingInline")).toString(), QStringLiteral("true"));
-    EXPECT_EQ(janela->modoAtual()->text(), QStringLiteral("Modo atual: Personalizado (custom)"));
-    EXPECT_EQ(OperationModes::currentOperationMode(config), OperationMode::custom);
-    capturar(*janela, QStringLiteral("preferencias-comportamento-custom"));
-}
-
-TEST_F(Prefs, SobreMostraOsCaminhosETrocaOIcone)
-{
-    janela->mostrarSecao(QStringLiteral("sobre"));
-    QStringList textos;
-    for (const QLabel* l : janela->findChildren<QLabel*>())
-        textos << l->text();
-    EXPECT_TRUE(textos.contains(QStringLiteral("Sonvo ") + QStringLiteral(SONVO_VERSAO)));
-    EXPECT_TRUE(textos.contains(pasta));
-    EXPECT_TRUE(textos.contains(amb.arquivoLog()));
-    auto* icone = janela->findChild<QComboBox*>(QStringLiteral("iconeDoApp"));
-    ASSERT_NE(icone, nullptr);
-    icone->setCurrentIndex(1);
-    EXPECT_EQ(doDisco(QStringLiteral("iconVariant")).toString(), QStringLiteral("light"));
-    EXPECT_EQ(icones, 1);
+    // The audit: the model proposes, the user approves one and rejects the other.
+    ASSERT_FALSE(KeychainService(pasta).salvarChave(u"openai_api_key"_s, u"sk-x"_s));
+    historico.append(u"o reakt e o posgres"_s, std::nullopt);
+    servidor.enfileirar(Resposta::json(200, R"({"choices":[{"message":{"role":"assistant","content":"{\"sugestoes\":[)"
+        R"({\"ouvido\":\"reakt\",\"provavel\":\"React\",\"confianca\":0.92,\"ocorrencias\":3},)"
+        R"({\"ouvido\":\"posgres\",\"provavel\":\"Postgres\",\"confianca\":0.81,\"ocorrencias\":2}]}"}}]})"));
+    p.botaoExecutarAuditoria()->click();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return p.sugestoes()->rowCount() == 2; })) << p.mensagemAuditoria()->text().toStdString();
+    EXPECT_EQ(p.mensagemAuditoria()->text() + p.sugestoes()->item(0, 2)->text(), u"2 sugestões novas.92%"_s);
+    QPushButton* aprovar = p.sugestoes()->cellWidget(0, 4)->findChildren<QPushButton*>().at(0);
+    EXPECT_EQ(aprovar->accessibleName(), u"Aprovar reakt → React"_s);
+    aprovar->click();
+    p.sugestoes()->cellWidget(0, 4)->findChildren<QPushButton*>().at(1)->click();
+    EXPECT_EQ(p.mensagemAuditoria()->text(), u"Rejeitada: posgres → Postgres"_s);
+    EXPECT_EQ(vocab.aplicarCorrecoes(u"reakt posgres"_s, std::nullopt), u"React posgres"_s);
+    EXPECT_EQ(p.sugestoes()->rowCount(), 0);
 }

@@ -1,19 +1,23 @@
 #pragma once
 
-#include "app/Configuracoes.h"
-#include "app/Log.h"
+#include "core/Configuracoes.h"
+#include "core/Log.h"
 #include "support/Ambiente.h"
 #include "support/Utilitarios.h"
 #include "vocabulary/VocabularyService.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <gtest/gtest.h>
 
 namespace sonvo::teste {
 
-// A vocabulary service over a temporary data folder and settings file; log lines land in the
-// environment's log file so tests can read them back.
+using namespace Qt::StringLiterals;
+using Mapa = QMap<QString, QString>;
+inline const QDateTime kAgora(QDate(2025, 3, 1), QTime(14, 5, 9), Qt::UTC);
+
+// The vocabulary over a temporary data folder and settings file (log lines go to a file, not the test output).
 struct BaseVocab : ::testing::Test {
     AmbienteTemporario amb;
     QString pasta = amb.pastaDados();
@@ -25,22 +29,11 @@ struct BaseVocab : ::testing::Test {
         QDir().mkpath(pasta);
         ASSERT_TRUE(Log::enviarParaArquivo(amb.arquivoLog()));
     }
-    QString log() const { return QString::fromUtf8(amb.lerLog()); }
-    void escreverGlobal(const QByteArray& texto) { ASSERT_TRUE(gravarArquivo(vocab.arquivoGlobal(), texto)); }
-    void escreverPorApp(const QByteArray& json) { ASSERT_TRUE(gravarArquivo(vocab.arquivoPorApp(), json)); }
-    // Files named "<nome>.corrupt-*" beside `nome` in the data folder.
-    QStringList guardados(const QString& nome) const
-    {
-        return QDir(pasta).entryList({nome + QStringLiteral(".corrupt-*")}, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
-    }
+    QString global() const { return vocab.documento().arquivo(); }
+    QString porApp() const { return vocab.porApp().arquivo(); }
+    void escreverGlobal(const QByteArray& texto) { ASSERT_TRUE(gravarArquivo(global(), texto)); }
+    void escreverPorApp(const QByteArray& json) { ASSERT_TRUE(gravarArquivo(porApp(), json)); }
+    QStringList guardados() const { return QDir(pasta).entryList({u"vocabulary-by-app.json.corrupt-*"_s}, QDir::Files); }
 };
-
-inline QMap<QString, QString> mapa(std::initializer_list<std::pair<QString, QString>> pares)
-{
-    QMap<QString, QString> m;
-    for (const auto& [k, v] : pares)
-        m.insert(k, v);
-    return m;
-}
 
 } // namespace sonvo::teste
