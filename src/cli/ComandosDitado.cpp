@@ -1,4 +1,5 @@
 #include "core/Arquivos.h"
+#include "core/SinaisDeTermino.h"
 #include "dictation/Insercao.h"
 #include "dictation/SpeechManager.h"
 #include "dictation/TranscriptionHistory.h"
@@ -14,9 +15,7 @@
 #include <QUuid>
 #include <QCoroSignal>
 
-#include <csignal>
 #include <cstdio>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace sonvo::cli {
@@ -81,14 +80,6 @@ private:
     SpeechManager m_speech;
 };
 
-int g_tuboSinal[2] = {-1, -1};
-
-void aoReceberSinal(int)
-{
-    const char c = 1;
-    [[maybe_unused]] const auto n = ::write(g_tuboSinal[1], &c, 1);
-}
-
 } // namespace
 
 QCoro::Task<int> comandoTranscrever(Contexto& ctx)
@@ -148,19 +139,14 @@ QCoro::Task<int> comandoDitar(Contexto& ctx)
     });
 
     // Enter (or the end of standard input) and Ctrl-C both end the recording.
-    if (::pipe2(g_tuboSinal, O_CLOEXEC | O_NONBLOCK) == 0) {
-        std::signal(SIGINT, aoReceberSinal);
-        std::signal(SIGTERM, aoReceberSinal);
-    }
+    auto sinais = std::make_unique<SinaisDeTermino>();
     QSocketNotifier entrada(STDIN_FILENO, QSocketNotifier::Read);
-    QSocketNotifier sinal(g_tuboSinal[0], QSocketNotifier::Read);
     bool parou = false;
     auto parar = [&] {
         if (parou)
             return;
         parou = true;
         entrada.setEnabled(false);
-        sinal.setEnabled(false);
         if (terminal)
             std::fputs("\r\033[K", stderr);
         sm.stopRecording();
@@ -171,11 +157,10 @@ QCoro::Task<int> comandoDitar(Contexto& ctx)
         if (n <= 0 || std::memchr(c, '\n', static_cast<size_t>(n)))
             parar();
     });
-    QObject::connect(&sinal, &QSocketNotifier::activated, parar);
+    QObject::connect(sinais.get(), &SinaisDeTermino::recebido, parar);
     if (sm.recordingState().caso == RecordingState::Caso::recording)
         co_await qCoro(&sm, &SpeechManager::recordingStateChanged);
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    sinais.reset(); // a second Ctrl-C while transcribing ends the program
     co_return co_await ditado.aguardarFim();
 }
 

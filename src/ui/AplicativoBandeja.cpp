@@ -7,6 +7,7 @@
 #include "core/Configuracoes.h"
 #include "shell/Inicializacao.h"
 #include "core/Log.h"
+#include "core/SinaisDeTermino.h"
 #include "shell/RecordingViewModel.h"
 #include "dictation/InsertBuffer.h"
 #include "dictation/InsertionService.h"
@@ -222,6 +223,10 @@ int executarAplicativo(int argc, char** argv)
 
     // The daily vocabulary audit, in the background: start-up never waits for it.
     QTimer::singleShot(0, &app, [&auditoria] { auditoria.executarAutomatico(); });
+
+    // The session ending (or Ctrl-C in a terminal) quits like "Sair": hotkeys and panels released.
+    SinaisDeTermino termino;
+    QObject::connect(&termino, &SinaisDeTermino::recebido, &app, &QCoreApplication::quit);
 
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, [&] {
         delegate.liberar();

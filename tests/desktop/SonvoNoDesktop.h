@@ -31,10 +31,12 @@ protected:
     }
     void TearDown() override
     {
-        sonvo.terminate();
-        if (!sonvo.waitForFinished(5000))
+        if (sonvo.state() != QProcess::NotRunning) {
+            sonvo.terminate(); // the session ending: Sonvo quits as from its menu
+            EXPECT_TRUE(sonvo.waitForFinished(5000) && sonvo.exitStatus() == QProcess::NormalExit && sonvo.exitCode() == 0);
             sonvo.kill();
-        sonvo.waitForFinished(2000);
+            sonvo.waitForFinished(2000);
+        }
         soltarTeclas();
     }
 
