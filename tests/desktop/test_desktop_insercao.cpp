@@ -73,8 +73,9 @@ TEST_F(Colagem, ColaEmCadaTipoDeAlvoEDevolveOClipboardDepoisDaLeituraMesmoComDon
         auto dono = c.donoMudo ? std::make_unique<Auxiliar>(QStringLiteral(SONVO_DONO_CLIPBOARD), QStringList{"--mudo"_t}) : usuario.servir(dir.path());
         ASSERT_TRUE(dono->pronto());
         auto a = alvo(c.nome, c.extra);
-        if (c.segurando)
+        if (c.segurando) {
             ASSERT_TRUE(xdotool({"keydown"_t, "super+shift"_t}));
+        }
         const QString ditado = "Olá, mundo! Ação às 10h (%1)"_t.arg(c.nome);
         ASSERT_TRUE(inserir(ditado)) << "the insertion hung";
         EXPECT_TRUE(colado(c.nome, ditado)) << lerArquivo(caminho(c.nome)).constData();

@@ -6,6 +6,7 @@
 #include "support/Ambiente.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
+#include "ui/Onboarding.h"
 #include "ui/Preferencias.h"
 #include "vocabulary/VocabularyAuditService.h"
 #include "vocabulary/VocabularyService.h"
@@ -195,4 +196,20 @@ TEST_F(Prefs, VocabularioGlobalPorAplicativoEAuditoria)
     EXPECT_EQ(p.mensagemAuditoria()->text(), u"Rejeitada: posgres → Postgres"_s);
     EXPECT_EQ(vocab.aplicarCorrecoes(u"reakt posgres"_s, std::nullopt), u"React posgres"_s);
     EXPECT_EQ(p.sugestoes()->rowCount(), 0);
+}
+
+TEST(BoasVindas, ExplicaOsAtalhosEDizQuandoASessaoNaoOsPermite)
+{
+    for (bool teclas : {true, false}) {
+        int preferencias = 0;
+        ui::Onboarding janela(teclas, [&] { ++preferencias; });
+        const QStringList t = textosDe(&janela);
+        EXPECT_TRUE(t.contains(u"Bem-vindo ao Sonvo"_s) && t.contains(u"Dite com um atalho"_s) && t.contains(u"Coloque a sua chave"_s));
+        EXPECT_EQ(t.contains(u"Esta sessão não permite atalhos globais"_s), !teclas);
+        EXPECT_FALSE(t.filter(u"sonvo alternar"_s).isEmpty()) << "the command to bind is always there";
+        for (QPushButton* b : janela.findChildren<QPushButton*>())
+            if (b->text() == u"Abrir Preferências"_s)
+                b->click();
+        EXPECT_EQ(preferencias, 1);
+    }
 }

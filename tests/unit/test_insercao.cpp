@@ -167,12 +167,14 @@ TEST_F(ServicoInsercao, QuandoORestauroAconteceEQuandoOTextoFica)
         auto s = servico();
         inserir(s, u"ditado"_s);
         EXPECT_EQ(clipboard.restaurado.has_value(), c.restaura);
-        if (c.restaura)
+        if (c.restaura) {
             EXPECT_EQ(*clipboard.restaurado, *c.conteudo);
+        }
         EXPECT_EQ(!diario.eventos.filter(u"aguardarLeitura"_s).isEmpty(), c.esperaLeitura);
         EXPECT_EQ(clipboard.transitorio, c.acesso) << "only a text that will be replaced carries the manager hint";
-        if (!c.restaura)
+        if (!c.restaura) {
             EXPECT_EQ(clipboard.texto, u"ditado"_s);
+        }
     }
     EXPECT_EQ(buffer.entradas().size(), std::size(casos));
 }

@@ -404,8 +404,9 @@ TEST_F(Shell, EscapeDuranteOStreamInsereOParcialOuODitadoSeNadaChegou)
         abrirMenu(u"meu ditado"_s);
         paineis.menu.acaoEscolhida(QuickAction::post);
         paineis.menu.ponteiroSaiu(); // leaving the menu while the answer streams does nothing
-        if (c.atrasoMs == 0)
+        if (c.atrasoMs == 0) {
             ASSERT_TRUE(girarAte([&] { return vm.textoEditadoAtual() == c.esperado; }, 5000));
+        }
         girarPor(200);
         EXPECT_TRUE(paineis.menuAberto);
         paineis.menu.inserirComoEsta();
@@ -517,8 +518,9 @@ TEST(Migracao, CopiaDaPastaAntigaSoQuandoHaCredenciaisLaENenhumaAqui)
         for (qsizetype i = 0; i < arquivos.size(); ++i) {
             const QByteArray lido = QFile::exists(sonvo + u'/' + arquivos[i]) ? lerArquivo(sonvo + u'/' + arquivos[i]) : "-";
             EXPECT_EQ(lido, c.esperados[i].toUtf8()) << arquivos[i].toStdString();
-            if (c.antigos.contains(arquivos[i]))
+            if (c.antigos.contains(arquivos[i])) {
                 EXPECT_EQ(lerArquivo(vozel + u'/' + arquivos[i]), "v") << "copied, not moved";
+            }
         }
         EXPECT_EQ(amb.lerLog(), c.migra ? QByteArray("Sonvo [Boot] migração Vozel→Sonvo concluída\n") : QByteArray());
     }

@@ -22,6 +22,8 @@ TEST(MotorCorrecoes, IgnoraCaixaEAcentosRespeitaGrafemasWhitelistELimite)
         {{{"s", "x"}}, "ß", "ß", {}},                           // ...never half of it
         {{{"👍", "ok"}}, "👍🏽 e 👍", "👍🏽 e ok", {}},            // the skin tone belongs to the emoji
         {{{"abc", "X"}}, "\u0301abc", "\u0301X", {}},           // a lone mark is its own cluster
+        // Past a few dozen boundary questions every boundary is marked in one pass: same answers.
+        {{{"e", "x"}}, QString(u"e\u0301"_s).repeated(40) + u"ee\u0301\u0302"_s, QString(42, u'x'), {}},
         {{{"\r", "<cr>"}}, "a\r\nb\rc", "a\r\nb<cr>c", {}},     // CR LF is one cluster
         {{{"\u0301", "x"}}, "é", "é", {}},                      // a heard phrase folding to nothing is skipped
         {{{"aa", "b"}}, "aaa", "ba", {}},                       // left to right, no overlaps
