@@ -130,20 +130,12 @@ class AtalhosFalsos : public AtalhosGlobais {
 public:
     int statusTratador = 0;
     QHash<int, int> statusPorId; // id → status of its registration (absent: 0)
-    bool monitorPossivel = true;
-    QList<int> registrados;
     int monitores = 0;
 
     int instalarTratador() override { return statusTratador; }
-    int registrar(const AtalhoGlobal& a) override
-    {
-        const int s = statusPorId.value(a.id, 0);
-        if (!s)
-            registrados << a.id;
-        return s;
-    }
+    int registrar(const AtalhoGlobal& a) override { return statusPorId.value(a.id, 0); }
     void removerRegistros() override {}
-    bool instalarMonitor(const QList<AtalhoGlobal>&) override { return ++monitores, monitorPossivel; }
+    bool instalarMonitor(const QList<AtalhoGlobal>&) override { return ++monitores, true; }
     void removerMonitor() override {}
 };
 

@@ -1,16 +1,20 @@
 // The waveform and the pills by their numbers, then the pills as they move and draw.
 #include "support/PilhaDeDitado.h"
+#include "ui/MenuAcoes.h"
 #include "ui/PaineisDesktop.h"
 #include "ui/Pilulas.h"
 #include "ui/WaveBars.h"
 
-#include <QGuiApplication>
+#include <QApplication>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QScreen>
 #include <QTest>
 #include <gtest/gtest.h>
 
 #include <cmath>
 
+using namespace Qt::StringLiterals;
 using namespace sonvo;
 using sonvo::ui::WaveBars;
 namespace G = sonvo::ui::GeometriaPilula;
@@ -77,4 +81,38 @@ TEST_F(Pilulas, DeslizamAteORepousoEVoltamParaBaixo)
     }
     EXPECT_TRUE(paineis.pilulaProcessamento()->isVisible());
     EXPECT_EQ(paineis.pilulaProcessamento()->pos(), G::repouso(area, G::kProcessamento).topLeft());
+}
+
+TEST_F(Pilulas, MenuEditavelNosDoisSentidosComAtalhosEModalDeIntencao)
+{
+    QStringList ev;
+    PaineisFlutuantes::EventosMenu em{[&](QuickAction a) { ev << QuickActions::rawValue(a); }, [&] { ev << u"descartar"_s; },
+                                      [&] { ev << u"inserir"_s; }, {}, {}};
+    vm.setTextoEditadoAtual(u"ditado"_s);
+    ui::MenuAcoesPainel menu(vm, {QuickAction::resumir, QuickAction::email}, em);
+    menu.show();
+    QApplication::setActiveWindow(&menu);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&menu));
+    QTest::keyClicks(menu.preview(), u"!"_s); // what the user types is the text that will be inserted
+    EXPECT_EQ(vm.textoEditadoAtual(), u"ditado!"_s);
+    vm.setTextoEditadoAtual(u"resposta"_s); // a streamed answer grows in place
+    EXPECT_EQ(menu.preview()->toPlainText(), u"resposta"_s);
+    QTest::keyClick(&menu, Qt::Key_2, Qt::ControlModifier);
+    QTest::keyClick(menu.preview(), Qt::Key_Escape);
+    QTest::keyClick(&menu, Qt::Key_Return, Qt::ControlModifier);
+    menu.botaoDescartar()->click();
+    EXPECT_EQ(ev, (QStringList{u"email"_s, u"inserir"_s, u"inserir"_s, u"descartar"_s}));
+
+    ev.clear();
+    ui::ModalIntencao modal(QuickAction::email, {[&](QuickAction a) { ev << QuickActions::rawValue(a); }, [&] { ev << u"opções"_s; },
+                                                 [&] { ev << u"esc"_s; }});
+    modal.show();
+    QApplication::setActiveWindow(&modal);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&modal));
+    EXPECT_EQ(modal.pergunta(), u"Quer formatar como Email?"_s);
+    QTest::keyClick(&modal, Qt::Key_Return); // "Confirmar" unless the user tabbed to "…"
+    modal.botaoOpcoes()->setFocus();
+    QTest::keyClick(&modal, Qt::Key_Return);
+    QTest::keyClick(&modal, Qt::Key_Escape);
+    EXPECT_EQ(ev, (QStringList{u"email"_s, u"opções"_s, u"esc"_s}));
 }

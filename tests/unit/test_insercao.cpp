@@ -100,7 +100,7 @@ TEST_F(ServicoInsercao, EscolhaDoAlvoEDaTeclaDeColar)
         std::optional<AppJanela> frente;
         QList<AppJanela> normais;
         QString ativada; // "" when nothing is activated
-        bool terminal;
+        bool terminal, recusada = false;
     } casos[] = {
         {"frente é o Sonvo: primeira janela normal de outro app com classe", sonvo,
          {sonvo, app(0x600, std::nullopt, 90), app(0x610, u""_s, 91), app(0x700, u"firefox"_s, 80)},
@@ -111,6 +111,8 @@ TEST_F(ServicoInsercao, EscolhaDoAlvoEDaTeclaDeColar)
          u"ativar 2304 500"_s, true},
         {"nada na frente", std::nullopt, {app(0x700, u"gedit"_s, 80)}, u"ativar 1792 500"_s, false},
         {"só o Sonvo: cola mesmo assim", sonvo, {sonvo}, QString(), false},
+        // The window closed or the manager refused: the text is still pasted (and restored).
+        {"ativação recusada", sonvo, {app(0x700, u"kate"_s, 80)}, u"ativar 1792 500"_s, false, true},
         {"janela da frente sem classe ainda é o alvo", app(0x300, std::nullopt, 33), {app(0x700, u"gedit"_s, 80)},
          QString(), false},
     };
@@ -119,6 +121,7 @@ TEST_F(ServicoInsercao, EscolhaDoAlvoEDaTeclaDeColar)
         diario.eventos.clear();
         janelas.frente = c.frente;
         janelas.normais = c.normais;
+        janelas.ativacaoMudaFrente = !c.recusada;
         auto s = servico();
         inserir(s, u"oi"_s);
         const QStringList ativacoes = diario.eventos.filter(u"ativar"_s);

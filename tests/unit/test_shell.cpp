@@ -493,16 +493,14 @@ TEST(Migracao, CopiaDaPastaAntigaSoQuandoHaCredenciaisLaENenhumaAqui)
     const QStringList arquivos{u"credentials.json"_s, u"vocabulary.md"_s,
                                u"transcription-history.json"_s, u"vocabulary-by-app.json"_s};
     struct Caso {
-        QStringList antigos;   // files in Vozel (content "v:<name>")
-        QStringList existentes; // files already in Sonvo (content "s")
+        QStringList antigos, existentes; // files in Vozel (content "v") and already in Sonvo ("s")
         bool migra;
-        QStringList esperados; // Sonvo's files after, "v" or "s" per file of `arquivos`, "-" absent
+        const char* esperados; // Sonvo's content per file of `arquivos` after; '-' absent
     } casos[] = {
-        {arquivos, {}, true, {u"v"_s, u"v"_s, u"v"_s, u"v"_s}},
-        {{u"vocabulary.md"_s}, {}, false, {u"-"_s, u"-"_s, u"-"_s, u"-"_s}},
-        {arquivos, {u"credentials.json"_s}, false, {u"s"_s, u"-"_s, u"-"_s, u"-"_s}},
-        // A file the user already has is never overwritten; the others still come.
-        {arquivos, {u"vocabulary.md"_s}, true, {u"v"_s, u"s"_s, u"v"_s, u"v"_s}},
+        {arquivos, {}, true, "vvvv"},
+        {{u"vocabulary.md"_s}, {}, false, "----"},
+        {arquivos, {u"credentials.json"_s}, false, "s---"},
+        {arquivos, {u"vocabulary.md"_s}, true, "vsvv"}, // the user's own file is never overwritten
     };
     for (const Caso& c : casos) {
         AmbienteTemporario amb;
@@ -517,7 +515,7 @@ TEST(Migracao, CopiaDaPastaAntigaSoQuandoHaCredenciaisLaENenhumaAqui)
         EXPECT_EQ(migrarDadosVozelSeNecessario(sonvo, vozel), c.migra);
         for (qsizetype i = 0; i < arquivos.size(); ++i) {
             const QByteArray lido = QFile::exists(sonvo + u'/' + arquivos[i]) ? lerArquivo(sonvo + u'/' + arquivos[i]) : "-";
-            EXPECT_EQ(lido, c.esperados[i].toUtf8()) << arquivos[i].toStdString();
+            EXPECT_EQ(lido, QByteArray(1, c.esperados[i])) << arquivos[i].toStdString();
             if (c.antigos.contains(arquivos[i])) {
                 EXPECT_EQ(lerArquivo(vozel + u'/' + arquivos[i]), "v") << "copied, not moved";
             }

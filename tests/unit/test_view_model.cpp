@@ -3,9 +3,8 @@
 #include "shell/OperationMode.h"
 #include "shell/RecordingViewModel.h"
 #include "support/PilhaDeDitado.h"
+#include "support/Utilitarios.h"
 
-#include <QElapsedTimer>
-#include <QThread>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -14,45 +13,25 @@ using namespace sonvo;
 using namespace sonvo::teste;
 using Caso = RecordingState::Caso;
 
-namespace {
 // Drives a real speech manager through its states without a microphone or a network: a stop
 // without a recording fails, a file that does not exist and no key ends unavailable.
-struct ViewModel : ::testing::Test, PilhaDeDitado {
-
-    void rodar(int ms)
-    {
-        QElapsedTimer t;
-        t.start();
-        while (t.elapsed() < ms) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-            QThread::msleep(5);
-        }
-    }
-};
-} // namespace
+struct ViewModel : ::testing::Test, PilhaDeDitado {};
 
 TEST_F(ViewModel, ErroVoltaAoRepousoQuatroSegundosDepoisDoUltimoFim)
 {
     sm.stopRecording(); // no file: error
     EXPECT_EQ(vm.state().caso, Caso::idle); // mirrored on the next turn of the event loop, never synchronously
-    rodar(100);
+    girarPor(100);
     EXPECT_EQ(vm.state(), RecordingState::error(u"Arquivo de áudio ausente"_s));
-    rodar(1900);
+    girarPor(1900);
     sm.transcreverArquivo(amb.raiz() + u"/nada.wav"_s); // transcribing, then error
-    rodar(100);
+    girarPor(100);
     EXPECT_EQ(vm.state().mensagem, u"Transcrição indisponível (sem conexão e sem reconhecimento local)"_s);
-    rodar(2500); // the first error's four seconds have passed, the second one's have not
+    girarPor(2500); // the first error's four seconds have passed, the second one's have not
     EXPECT_EQ(vm.state().caso, Caso::error);
-    rodar(1700);
+    girarPor(1700);
     EXPECT_EQ(vm.state().caso, Caso::idle);
     EXPECT_EQ(sm.recordingState().caso, Caso::error) << "the speech manager keeps its own state";
-}
-
-TEST_F(ViewModel, TextoEditavelSegueAUltimaTranscricao)
-{
-    vm.setTextoEditadoAtual(u"editado pelo usuário"_s);
-    EXPECT_EQ(vm.textoEditadoAtual(), u"editado pelo usuário"_s);
-    EXPECT_FALSE(vm.ultimaTranscricao().has_value());
 }
 
 TEST(ModoDeOperacao, DerivadoDosQuatroInterruptores)
