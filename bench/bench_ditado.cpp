@@ -1,4 +1,5 @@
 #include "core/Configuracoes.h"
+#include "core/KeychainService.h"
 #include "dictation/Insercao.h"
 #include "dictation/SpeechManager.h"
 #include "dictation/TranscriptionHistory.h"
@@ -7,7 +8,6 @@
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
 #include "vocabulary/VocabularyService.h"
-#include "core/KeychainService.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,5 +1,5 @@
-#include "ui/AplicativoBandeja.h"
 #include "cli/Cli.h"
+#include "ui/AplicativoBandeja.h"
 
 int main(int argc, char** argv)
 {

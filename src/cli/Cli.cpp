@@ -1,8 +1,8 @@
 #include "cli/Cli.h"
 
+#include "cli/Comandos.h"
 #include "core/Arquivos.h"
 #include "core/Log.h"
-#include "cli/Comandos.h"
 #include "core/TextoUnicode.h"
 
 #include <QCoreApplication>

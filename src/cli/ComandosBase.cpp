@@ -1,7 +1,7 @@
 #include "ai/AIProvider.h"
+#include "cli/Comandos.h"
 #include "core/Arquivos.h"
 #include "core/KeychainService.h"
-#include "cli/Comandos.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,6 +1,6 @@
 #include "ai/IntentDetectionService.h"
-#include "core/Arquivos.h"
 #include "cli/Comandos.h"
+#include "core/Arquivos.h"
 #include "dictation/TranscriptionHistory.h"
 #include "vocabulary/VocabularyAuditService.h"
 

@@ -1,5 +1,5 @@
-#include "core/Arquivos.h"
 #include "cli/Comandos.h"
+#include "core/Arquivos.h"
 #include "platform/ControleRemoto.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #include "ai/AIService.h"
-#include "core/Arquivos.h"
 #include "cli/Comandos.h"
+#include "core/Arquivos.h"
 
 namespace sonvo::cli {
 

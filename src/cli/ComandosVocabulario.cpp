@@ -1,7 +1,7 @@
-#include "core/Arquivos.h"
-#include "dictation/TranscriptionHistory.h"
 #include "cli/Comandos.h"
+#include "core/Arquivos.h"
 #include "core/TextoUnicode.h"
+#include "dictation/TranscriptionHistory.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QSet>

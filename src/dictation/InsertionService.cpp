@@ -1,8 +1,8 @@
 #include "dictation/InsertionService.h"
 
 #include "core/Log.h"
-#include "dictation/InsertBuffer.h"
 #include "core/TextoUnicode.h"
+#include "dictation/InsertBuffer.h"
 
 #include <QCoroTimer>
 

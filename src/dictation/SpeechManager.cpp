@@ -1,14 +1,14 @@
 #include "dictation/SpeechManager.h"
 
-#include "core/KeychainService.h"
 #include "core/Arquivos.h"
+#include "core/KeychainService.h"
 #include "core/Log.h"
+#include "core/TextoUnicode.h"
 #include "dictation/Insercao.h"
 #include "dictation/NivelAudio.h"
 #include "dictation/TranscriptionHistory.h"
 #include "platform/EntradaAudio.h"
 #include "platform/Janelas.h"
-#include "core/TextoUnicode.h"
 #include "vocabulary/VocabularyService.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "dictation/RecordingState.h"
 #include "dictation/FallbackTranscriptionService.h"
+#include "dictation/RecordingState.h"
 #include "dictation/WhisperService.h"
 
 #include <QObject>

@@ -1,8 +1,8 @@
 #include "vocabulary/SugestaoFuzzy.h"
 
 #include "core/Log.h"
-#include "vocabulary/Levenshtein.h"
 #include "core/TextoUnicode.h"
+#include "vocabulary/Levenshtein.h"
 #include "vocabulary/MotorCorrecoes.h"
 
 #include <QHash>

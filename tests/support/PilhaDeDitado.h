@@ -2,10 +2,10 @@
 
 #include "core/Arquivos.h"
 #include "core/Configuracoes.h"
-#include "shell/RecordingViewModel.h"
 #include "dictation/SpeechManager.h"
 #include "dictation/TranscriptionHistory.h"
 #include "platform/null/PlataformaNula.h"
+#include "shell/RecordingViewModel.h"
 #include "support/Ambiente.h"
 #include "support/Falsos.h"
 #include "vocabulary/VocabularyService.h"

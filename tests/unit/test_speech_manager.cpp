@@ -1,5 +1,5 @@
-#include "core/KeychainService.h"
 #include "core/Configuracoes.h"
+#include "core/KeychainService.h"
 #include "core/Log.h"
 #include "dictation/Insercao.h"
 #include "dictation/NivelAudio.h"
