@@ -27,9 +27,10 @@ constexpr const char* kTerminais[] = {
 } // namespace
 
 InsertionService::InsertionService(AreaTransferencia& clipboard, Janelas& janelas, TeclasSinteticas& teclas,
-                                   InsertBuffer& buffer, qint64 pidProprio, Esperas esperas)
+                                   InsertBuffer& buffer, qint64 pidProprio, Esperas esperas,
+                                   NotificacoesUsuario* avisos)
     : m_clipboard(clipboard), m_janelas(janelas), m_teclas(teclas), m_buffer(buffer), m_pidProprio(pidProprio),
-      m_esperas(std::move(esperas))
+      m_esperas(std::move(esperas)), m_avisos(avisos)
 {
     if (!m_esperas.esperar)
         m_esperas.esperar = [](std::chrono::milliseconds d) -> QCoro::Task<> { co_await QCoro::sleepFor(d); };
@@ -71,26 +72,42 @@ QCoro::Task<> InsertionService::inserir(QString texto)
 
     // The keys go to whatever has the focus: the target once activated, else what is in front.
     const std::optional<AppJanela>& receptor = alvo ? alvo : frenteAgora;
-    const bool enviado = postarComandoV(ehTerminal(receptor ? receptor->id : std::nullopt));
-    Log::tag("Insert", QStringLiteral("⌘V postado"));
+    // Named before the co_await: g++ 12 destroys a conditional's temporary twice inside one.
+    const bool terminal = ehTerminal(receptor ? receptor->id : std::nullopt);
+    const bool enviado = co_await postarComandoV(terminal);
+    if (enviado) {
+        Log::tag("Insert", QStringLiteral("⌘V postado"));
+        Log::tag("Insert", QStringLiteral("colar via %@"), {m_teclas.forma()});
+    } else {
+        Log::tag("Insert", QStringLiteral("⌘V não enviado (%@)"), {m_teclas.forma()});
+    }
 
     co_await m_esperas.esperar(m_esperas.aposColar);
 
-    if (confiavel) {
+    if (confiavel && enviado) {
         // The target fetches the clipboard when it handles the keys; restoring before that would
         // paste the user's old contents. Only worth waiting for when something will be restored.
-        if (enviado && snapshot && !snapshot->items.isEmpty()) {
+        if (snapshot && !snapshot->items.isEmpty()) {
             const auto resto = std::max(std::chrono::milliseconds(0), m_esperas.leituraMax - m_esperas.aposColar);
-            co_await m_clipboard.aguardarLeitura(resto);
+            const bool lido = co_await m_clipboard.aguardarLeitura(resto);
+            restaurarClipboard(snapshot);
+            Log::tag("Insert", lido ? QStringLiteral("clipboard restaurado")
+                                    : QStringLiteral("clipboard restaurado (o alvo não leu o texto a tempo)"));
+        } else {
+            Log::tag("Insert", QStringLiteral("clipboard vazio antes do ditado — texto mantido"));
         }
-        restaurarClipboard(snapshot);
-        Log::tag("Insert", QStringLiteral("clipboard restaurado"));
     } else {
+        // No way to paste, or it failed: the text stays on the clipboard and the user is told.
         Log::tag("Insert", QStringLiteral("AX=0 — clipboard mantido com texto pra ⌘V manual"));
     }
 
     m_buffer.adicionar(texto);
     Log::tag("Insert", QStringLiteral("texto registrado em InsertBuffer (Tier 2)"));
+    if (!enviado && m_avisos) {
+        PedidoNotificacao aviso{QStringLiteral("sonvo.copiado"), QString::fromUtf8(kAvisoCopiado), QString(), false,
+                                QString(), {}};
+        co_await m_avisos->adicionar(std::move(aviso));
+    }
 }
 
 QList<SugestaoFuzzy> InsertionService::sugerirCorrecaoFuzzy(const QString& transcricao)
@@ -115,11 +132,11 @@ std::optional<AppJanela> InsertionService::resolverAppAlvo()
     return std::nullopt;
 }
 
-bool InsertionService::postarComandoV(bool terminal)
+QCoro::Task<bool> InsertionService::postarComandoV(bool terminal)
 {
     // The hotkey's Super+Shift may still be held: with them down the target would see another shortcut.
     m_teclas.soltarModificadores();
-    return m_teclas.colar(terminal);
+    co_return co_await m_teclas.colar(terminal);
 }
 
 void InsertionService::restaurarClipboard(const std::optional<ClipboardSnapshot>& snapshot)

@@ -3,6 +3,7 @@
 #include "dictation/Insercao.h"
 #include "platform/AreaTransferencia.h"
 #include "platform/Janelas.h"
+#include "platform/Notificacoes.h"
 
 #include <QCoroTask>
 #include <QList>
@@ -40,9 +41,14 @@ public:
     using Esperas = EsperasInsercao;
 
     InsertionService(AreaTransferencia& clipboard, Janelas& janelas, TeclasSinteticas& teclas,
-                     InsertBuffer& buffer, qint64 pidProprio, Esperas esperas = {});
+                     InsertBuffer& buffer, qint64 pidProprio, Esperas esperas = {},
+                     NotificacoesUsuario* avisos = nullptr);
 
-    // Never fails and reports nothing: every step degrades silently.
+    // Shown when the keys could not be sent: the text is on the clipboard for a manual paste.
+    static constexpr const char* kAvisoCopiado = "Texto copiado — cole com Ctrl+V";
+
+    // Never fails: every step degrades. When the keys cannot be sent the text stays on the
+    // clipboard and the user is told through `avisos`.
     QCoro::Task<> inserir(QString texto) override;
     QList<SugestaoFuzzy> sugerirCorrecaoFuzzy(const QString& transcricao) override;
 
@@ -52,7 +58,7 @@ public:
 private:
     std::optional<ClipboardSnapshot> clipboardSnapshot();
     std::optional<AppJanela> resolverAppAlvo();
-    bool postarComandoV(bool terminal);
+    QCoro::Task<bool> postarComandoV(bool terminal);
     void restaurarClipboard(const std::optional<ClipboardSnapshot>& snapshot);
     bool ehProprio(const AppJanela& app) const;
 
@@ -62,6 +68,7 @@ private:
     InsertBuffer& m_buffer;
     qint64 m_pidProprio;
     Esperas m_esperas;
+    NotificacoesUsuario* m_avisos = nullptr;
 };
 
 } // namespace sonvo

@@ -30,6 +30,10 @@ public:
     static constexpr const char* tipoRestaurado = "org.nspasteboard.RestoredType";
 
     virtual ~AreaTransferencia() = default;
+    // Whether a format belongs in a snapshot: protocol targets, targets with side effects, X
+    // resource handles, Qt's internal image format and the markers are left out.
+    static bool tipoGuardado(const QString& tipo);
+
     // Every format but the marker and protocol ones; nothing when the clipboard is empty.
     virtual std::optional<ClipboardSnapshot> instantaneo() = 0;
     // Replaces the contents with the text; `transitorio` also marks it so clipboard managers

@@ -38,8 +38,11 @@ public:
     // Releases modifiers the user may still hold (Super+Shift of the hotkey): with them down
     // the paste shortcut would be a different one.
     virtual void soltarModificadores() = 0;
-    // The paste shortcut: Ctrl+V, or Ctrl+Shift+V for terminals. False when it could not be sent.
-    virtual bool colar(bool terminal) = 0;
+    // The paste shortcut: Ctrl+V, or Ctrl+Shift+V for terminals. False when it could not be sent
+    // (no way to send keys, or the user refused it). May wait for a consent the first time.
+    virtual QCoro::Task<bool> colar(bool terminal) = 0;
+    // How the keys are sent, in the user's words ("teclado virtual do Wayland").
+    virtual QString forma() const = 0;
 };
 
 // Short event sounds.

@@ -1,5 +1,5 @@
-// The build without a desktop backend (SONVO_PLATFORM=null): every service inert, and an insertion
-// over them still ends, leaves the text on the in-memory clipboard and records it. No display needed.
+// A session without a desktop (SONVO_PLATAFORMA=nula): every service inert, and an insertion over
+// them still ends, leaves the text on the in-memory clipboard and records it. No display needed.
 #include "dictation/InsertBuffer.h"
 #include "dictation/InsertionService.h"
 #include "platform/Plataforma.h"
@@ -13,12 +13,12 @@ using namespace std::chrono_literals;
 
 TEST(PlataformaNula, ServicosInertesEAInsercaoDeixaOTextoNoClipboard)
 {
-    Plataforma p = criarPlataformaDesktop();
+    Plataforma p = criarPlataformaNula();
     ASSERT_TRUE(p.audio && p.clipboard && p.teclas && p.janelas && p.som);
     EXPECT_FALSE(p.janelas->acessoConcedido());
     EXPECT_FALSE(p.janelas->daFrente());
     EXPECT_TRUE(p.janelas->normaisEmOrdem().isEmpty());
-    EXPECT_FALSE(p.teclas->colar(false));
+    EXPECT_FALSE(QCoro::waitFor(p.teclas->colar(false)));
     EXPECT_FALSE(p.clipboard->instantaneo());
     EXPECT_TRUE(p.audio->iniciar([](const float*, unsigned long) {}).has_value()); // why there is no input
     p.som->tocarConclusao();

@@ -92,7 +92,12 @@ public:
     Diario* diario = nullptr;
     bool enviou = true;
     void soltarModificadores() override { anotar(QStringLiteral("soltarModificadores")); }
-    bool colar(bool terminal) override { return anotar(QStringLiteral("colar terminal=%1").arg(terminal)), enviou; }
+    QCoro::Task<bool> colar(bool terminal) override
+    {
+        anotar(QStringLiteral("colar terminal=%1").arg(terminal));
+        co_return enviou;
+    }
+    QString forma() const override { return QStringLiteral("teclas falsas"); }
 
 private:
     void anotar(const QString& e) { if (diario) (*diario)(e); }

@@ -42,7 +42,7 @@ protected:
     InsertionService servico() { return servico(padrao()); }
     InsertionService servico(InsertionService::Esperas esperas)
     {
-        return InsertionService(clipboard, janelas, teclas, buffer, kPidSonvo, std::move(esperas));
+        return InsertionService(clipboard, janelas, teclas, buffer, kPidSonvo, std::move(esperas), &avisos);
     }
     InsertionService::Esperas padrao()
     {
@@ -67,6 +67,7 @@ protected:
     teste::ClipboardFalso clipboard;
     teste::JanelasFalsas janelas;
     teste::TeclasFalsas teclas;
+    teste::NotificacoesFalsas avisos;
     InsertBuffer buffer;
 };
 
@@ -86,7 +87,8 @@ TEST_F(ServicoInsercao, OrdemCompletaComOAlvoNaFrente)
                            "restaurar text/plain=antigo,image/png=\x89PNG"}));
     EXPECT_EQ(log(), (QStringList{"Vozel [Insert] AXTrusted=1 frontmost=kate texto.count=7",
                                   "Vozel [Insert] texto no clipboard", "Vozel [Insert] alvo=kate",
-                                  "Vozel [Insert] ⌘V postado", "Vozel [Insert] clipboard restaurado",
+                                  "Vozel [Insert] ⌘V postado", "Vozel [Insert] colar via teclas falsas",
+                                  "Vozel [Insert] clipboard restaurado",
                                   "Vozel [Insert] texto registrado em InsertBuffer (Tier 2)"}));
     ASSERT_EQ(buffer.entradas().size(), 1);
     EXPECT_EQ(buffer.entradas().first().texto, u"Olá, e\u0301\U0001F1E7\U0001F1F7"_s);
@@ -156,12 +158,14 @@ TEST_F(ServicoInsercao, QuandoORestauroAconteceEQuandoOTextoFica)
         // Only protocol or marker types: the restore writes an empty item.
         {"item vazio", true, ClipboardSnapshot{{{}}}, true, true, true, true},
         {"alvo não leu no prazo", true, antigo, false, true, true, true},
-        {"teclas não saíram", true, antigo, true, false, true, false},
+        // No way to send the keys, or the user refused it: the dictation is not lost.
+        {"teclas não saíram", true, antigo, true, false, false, false},
     };
     for (const Caso& c : casos) {
         SCOPED_TRACE(c.nome);
         diario.eventos.clear();
         clipboard.restaurado.reset();
+        avisos.pedidos.clear();
         janelas.acesso = c.acesso;
         janelas.frente = app(0x100, u"kate"_s, 77);
         clipboard.conteudo = c.conteudo;
@@ -177,6 +181,10 @@ TEST_F(ServicoInsercao, QuandoORestauroAconteceEQuandoOTextoFica)
         EXPECT_EQ(clipboard.transitorio, c.acesso) << "only a text that will be replaced carries the manager hint";
         if (!c.restaura) {
             EXPECT_EQ(clipboard.texto, u"ditado"_s);
+        }
+        EXPECT_EQ(avisos.pedidos.size(), c.enviou ? 0 : 1);
+        if (!c.enviou) {
+            EXPECT_EQ(avisos.pedidos.value(0).titulo, u"Texto copiado — cole com Ctrl+V"_s);
         }
     }
     EXPECT_EQ(buffer.entradas().size(), std::size(casos));

@@ -1,4 +1,5 @@
 #include "platform/null/PlataformaNula.h"
+#include "platform/Sessao.h"
 
 namespace sonvo {
 
@@ -52,6 +53,16 @@ QCoro::Task<bool> JanelasNulas::ativar(AppJanela, std::chrono::milliseconds)
     co_return false;
 }
 
+QCoro::Task<bool> TeclasNulas::colar(bool)
+{
+    co_return false;
+}
+
+QString TeclasNulas::forma() const
+{
+    return Formas::descrever(FormaColar::nenhuma);
+}
+
 namespace {
 const QString kSemServidor = QStringLiteral("não há servidor de notificações");
 }
@@ -78,7 +89,7 @@ Plataforma criarPlataformaNula()
     return Plataforma{std::make_unique<EntradaAudioNula>(),    std::make_unique<AreaTransferenciaNula>(),
                       std::make_unique<TeclasNulas>(),         std::make_unique<JanelasNulas>(),
                       std::make_unique<SomNulo>(),             std::make_unique<AtalhosNulos>(),
-                      std::make_unique<NotificacoesNulas>()};
+                      std::make_unique<NotificacoesNulas>(),   {}};
 }
 
 } // namespace sonvo

@@ -35,7 +35,8 @@ public:
 class TeclasNulas : public TeclasSinteticas {
 public:
     void soltarModificadores() override {}
-    bool colar(bool) override { return false; }
+    QCoro::Task<bool> colar(bool) override;
+    QString forma() const override;
 };
 
 class SomNulo : public SomEvento {

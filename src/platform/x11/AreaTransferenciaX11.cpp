@@ -77,17 +77,6 @@ AreaTransferenciaX11::AreaTransferenciaX11(std::shared_ptr<ConexaoX11> x, Prazos
 {
 }
 
-bool AreaTransferenciaX11::tipoGuardado(const QString& tipo)
-{
-    static const QSet<QString> fora = {
-        QStringLiteral("TARGETS"),         QStringLiteral("MULTIPLE"),         QStringLiteral("TIMESTAMP"),
-        QStringLiteral("SAVE_TARGETS"),    QStringLiteral("DELETE"),           QStringLiteral("INSERT_SELECTION"),
-        QStringLiteral("INSERT_PROPERTY"), QStringLiteral("PIXMAP"),           QStringLiteral("BITMAP"),
-        QStringLiteral("DRAWABLE"),        QStringLiteral("COLORMAP"),         QStringLiteral("application/x-qt-image"),
-    };
-    return !tipo.isEmpty() && !fora.contains(tipo) && !tipo.startsWith(QStringLiteral("org.nspasteboard."));
-}
-
 std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneo()
 {
     xcb_connection_t* c = m_x->conexao();

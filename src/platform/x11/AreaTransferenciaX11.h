@@ -32,10 +32,6 @@ public:
     QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
     std::optional<QString> textoSelecionado(const AppJanela& frente) override;
 
-    // Whether a format belongs in a snapshot: protocol targets, targets with side effects, X
-    // resource handles, Qt's internal image format and the markers are left out.
-    static bool tipoGuardado(const QString& tipo);
-
 Q_SIGNALS:
     void textoLido();
 

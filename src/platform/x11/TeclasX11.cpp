@@ -41,13 +41,18 @@ void TeclasX11::soltarModificadores()
     XSync(m_d, False);
 }
 
-bool TeclasX11::colar(bool terminal)
+QString TeclasX11::forma() const
+{
+    return QStringLiteral("XTest (X11)");
+}
+
+QCoro::Task<bool> TeclasX11::colar(bool terminal)
 {
     const KeyCode ctrl = XKeysymToKeycode(m_d, XK_Control_L);
     const KeyCode shift = XKeysymToKeycode(m_d, XK_Shift_L);
     const KeyCode v = XKeysymToKeycode(m_d, XK_v);
     if (ctrl == 0 || v == 0 || (terminal && shift == 0))
-        return false;
+        co_return false;
     XTestFakeKeyEvent(m_d, ctrl, True, CurrentTime);
     if (terminal)
         XTestFakeKeyEvent(m_d, shift, True, CurrentTime);
@@ -58,7 +63,7 @@ bool TeclasX11::colar(bool terminal)
     XTestFakeKeyEvent(m_d, ctrl, False, CurrentTime);
     // The server has the events when this returns, so the waits that follow start after them.
     XSync(m_d, False);
-    return true;
+    co_return true;
 }
 
 } // namespace sonvo::x11

@@ -19,7 +19,8 @@ public:
     TeclasX11& operator=(const TeclasX11&) = delete;
 
     void soltarModificadores() override;
-    bool colar(bool terminal) override;
+    QCoro::Task<bool> colar(bool terminal) override;
+    QString forma() const override;
 
 private:
     explicit TeclasX11(Display* d) : m_d(d) {}
