@@ -7,12 +7,14 @@ pacotes=(
   build-essential cmake ninja-build pkg-config
   qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libicu-dev
   libx11-dev libxtst-dev libxi-dev libxcb1-dev libxcb-xinput-dev qt6-svg-dev
+  libwayland-dev libxkbcommon-dev qt6-wayland
   portaudio19-dev libasound2-plugins libpulse-dev libsndfile1-dev libcanberra-dev
   libcanberra-pulse sound-theme-freedesktop fonts-dejavu-core
 )
 if [[ "${1:-}" == "--testes" ]]; then
   pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev
-    xvfb openbox dbus dbus-daemon dunst trayer pulseaudio pulseaudio-utils x11-utils xdotool xclip espeak-ng sox)
+    xvfb openbox dbus dbus-daemon dunst trayer pulseaudio pulseaudio-utils x11-utils xdotool xclip espeak-ng sox
+    sway xwayland foot wl-clipboard python3-gi gir1.2-gtk-3.0 python3-dbus)
 fi
 
 faltando=()

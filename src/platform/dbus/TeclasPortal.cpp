@@ -1,0 +1,204 @@
+#include "platform/dbus/TeclasPortal.h"
+
+#include "core/Arquivos.h"
+#include "core/Log.h"
+#include "platform/Sessao.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCall>
+#include <QFile>
+#include <QCoroDBusPendingCall>
+#include <QCoroSignal>
+
+#include <linux/input-event-codes.h>
+
+namespace sonvo {
+
+namespace {
+const QString kServico = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString kCaminho = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString kInterface = QStringLiteral("org.freedesktop.portal.RemoteDesktop");
+constexpr uint kTeclado = 1;          // device type
+constexpr uint kAteRevogar = 2;       // persist_mode: until the user revokes it
+constexpr uint kRespostaCancelada = 1; // the user closed the dialog
+} // namespace
+
+TeclasPortal::TeclasPortal(QDBusConnection bus, QString arquivoToken, Prazos prazos)
+    : m_bus(std::move(bus)), m_arquivoToken(std::move(arquivoToken)), m_prazos(prazos)
+{
+}
+
+bool TeclasPortal::alcancavel(QDBusConnection bus)
+{
+    QDBusConnectionInterface* i = bus.interface();
+    if (!i)
+        return false;
+    if (i->isServiceRegistered(kServico))
+        return true;
+    const QDBusReply<QStringList> ativaveis = i->call(QStringLiteral("ListActivatableNames"));
+    return ativaveis.isValid() && ativaveis.value().contains(kServico);
+}
+
+QString TeclasPortal::forma() const
+{
+    return Formas::descrever(FormaColar::portalRemoteDesktop);
+}
+
+void TeclasPortal::aoResponder(uint codigo, const QVariantMap& resultados)
+{
+    m_codigo = codigo;
+    m_resultados = resultados;
+    Q_EMIT respostaRecebida();
+}
+
+void TeclasPortal::aoFecharSessao()
+{
+    // Closed by the portal (the user revoked it): a new one is started at the next paste.
+    Log::tag("Portal", QStringLiteral("sessão RemoteDesktop encerrada pelo portal"));
+    m_estado = Estado::semSessao;
+    m_sessao.clear();
+}
+
+QCoro::Task<std::optional<QVariantMap>> TeclasPortal::pedir(const QString& metodo, QList<QVariant> argumentos,
+                                                            QVariantMap opcoes, std::chrono::milliseconds prazo,
+                                                            uint* codigo)
+{
+    *codigo = 2;
+    // The Request object's path is known in advance: subscribe before calling, or a fast answer
+    // would be missed.
+    const QString token = QStringLiteral("sonvo%1").arg(++m_pedidos);
+    QString remetente = m_bus.baseService().mid(1);
+    remetente.replace(u'.', u'_');
+    const QString caminho = QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(remetente, token);
+    opcoes.insert(QStringLiteral("handle_token"), token);
+    m_bus.connect(kServico, caminho, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"), this,
+                  SLOT(aoResponder(uint, QVariantMap)));
+    m_codigo.reset();
+
+    QDBusMessage m = QDBusMessage::createMethodCall(kServico, kCaminho, kInterface, metodo);
+    argumentos << opcoes;
+    m.setArguments(argumentos);
+    const QDBusMessage r = co_await m_bus.asyncCall(m, int(m_prazos.chamada.count()));
+    std::optional<QVariantMap> resultado;
+    if (r.type() != QDBusMessage::ReplyMessage) {
+        Log::tag("Portal", QStringLiteral("%@ falhou: %@"), {metodo, r.errorMessage()});
+    } else {
+        if (!m_codigo)
+            co_await qCoro(this, &TeclasPortal::respostaRecebida, prazo);
+        if (m_codigo) {
+            *codigo = *m_codigo;
+            if (*m_codigo == 0)
+                resultado = m_resultados;
+        }
+    }
+    m_bus.disconnect(kServico, caminho, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"),
+                     this, SLOT(aoResponder(uint, QVariantMap)));
+    co_return resultado;
+}
+
+QCoro::Task<bool> TeclasPortal::iniciarSessao()
+{
+    m_estado = Estado::iniciando;
+    uint codigo = 0;
+    QVariantMap criar{{QStringLiteral("session_handle_token"), QStringLiteral("sonvo%1").arg(++m_pedidos)}};
+    const auto sessao = co_await pedir(QStringLiteral("CreateSession"), QList<QVariant>(), criar, m_prazos.chamada, &codigo);
+    if (!sessao) {
+        m_estado = Estado::recusada;
+        co_return false;
+    }
+    m_sessao = sessao->value(QStringLiteral("session_handle")).toString();
+
+    QVariantMap dispositivos{{QStringLiteral("types"), kTeclado}, {QStringLiteral("persist_mode"), kAteRevogar}};
+    QFile arquivo(m_arquivoToken);
+    QString tokenAntigo;
+    if (arquivo.open(QIODevice::ReadOnly))
+        tokenAntigo = QString::fromUtf8(arquivo.readAll()).trimmed();
+    if (!tokenAntigo.isEmpty())
+        dispositivos.insert(QStringLiteral("restore_token"), tokenAntigo);
+    const QVariant objeto = QVariant::fromValue(QDBusObjectPath(m_sessao));
+    const QList<QVariant> soSessao{objeto};
+    if (!co_await pedir(QStringLiteral("SelectDevices"), soSessao, dispositivos, m_prazos.chamada, &codigo)) {
+        fecharSessao();
+        if (!tokenAntigo.isEmpty()) {
+            // A token the portal no longer takes: dropped, and the next paste asks the user.
+            QFile::remove(m_arquivoToken);
+            m_estado = Estado::semSessao;
+        } else {
+            m_estado = Estado::recusada;
+        }
+        co_return false;
+    }
+
+    Log::tag("Portal", tokenAntigo.isEmpty() ? QStringLiteral("RemoteDesktop: pedindo consentimento")
+                                             : QStringLiteral("RemoteDesktop: retomando com o token guardado"));
+    const QList<QVariant> sessaoEJanela{objeto, QString()};
+    const auto iniciado = co_await pedir(QStringLiteral("Start"), sessaoEJanela, QVariantMap(), m_prazos.consentimento, &codigo);
+    if (!iniciado || !(iniciado->value(QStringLiteral("devices")).toUInt() & kTeclado)) {
+        Log::tag("Portal", codigo == kRespostaCancelada ? QStringLiteral("RemoteDesktop: consentimento recusado")
+                                                        : QStringLiteral("RemoteDesktop: sessão não iniciada"));
+        if (codigo != kRespostaCancelada) // a refused session is closed by the portal itself
+            fecharSessao();
+        m_estado = Estado::recusada;
+        co_return false;
+    }
+    const QString token = iniciado->value(QStringLiteral("restore_token")).toString();
+    if (!token.isEmpty() && token != tokenAntigo) {
+        if (Arquivos::gravarAtomico(m_arquivoToken, token.toUtf8()))
+            Log::tag("Portal", QStringLiteral("token do RemoteDesktop não gravado"));
+    }
+    m_bus.connect(kServico, m_sessao, QStringLiteral("org.freedesktop.portal.Session"), QStringLiteral("Closed"), this,
+                  SLOT(aoFecharSessao()));
+    m_estado = Estado::ativa;
+    co_return true;
+}
+
+TeclasPortal::~TeclasPortal()
+{
+    if (m_estado == Estado::ativa)
+        fecharSessao();
+}
+
+void TeclasPortal::fecharSessao()
+{
+    if (m_sessao.isEmpty())
+        return;
+    // Nobody waits for the answer: the session ends with us either way.
+    m_bus.send(QDBusMessage::createMethodCall(kServico, m_sessao, QStringLiteral("org.freedesktop.portal.Session"),
+                                              QStringLiteral("Close")));
+    m_sessao.clear();
+}
+
+QCoro::Task<bool> TeclasPortal::tecla(QString sessao, int codigo, bool pressionada)
+{
+    QDBusMessage m = QDBusMessage::createMethodCall(kServico, kCaminho, kInterface,
+                                                    QStringLiteral("NotifyKeyboardKeycode"));
+    m.setArguments({QVariant::fromValue(QDBusObjectPath(sessao)), QVariantMap(), codigo, uint(pressionada ? 1 : 0)});
+    const QDBusMessage r = co_await m_bus.asyncCall(m, int(m_prazos.chamada.count()));
+    co_return r.type() == QDBusMessage::ReplyMessage;
+}
+
+QCoro::Task<bool> TeclasPortal::colar(bool terminal)
+{
+    if (m_estado == Estado::recusada || m_estado == Estado::iniciando)
+        co_return false;
+    if (m_estado == Estado::semSessao && !co_await iniciarSessao())
+        co_return false;
+    // Evdev key codes, in order; each call is answered before the next, so they arrive in order.
+    QList<QPair<int, bool>> teclas{{KEY_LEFTCTRL, true}};
+    if (terminal)
+        teclas << qMakePair(KEY_LEFTSHIFT, true);
+    teclas << qMakePair(KEY_V, true) << qMakePair(KEY_V, false);
+    if (terminal)
+        teclas << qMakePair(KEY_LEFTSHIFT, false);
+    teclas << qMakePair(KEY_LEFTCTRL, false);
+    // The session may be closed by the portal while the keys go: they then fail, and say so.
+    const QString sessao = m_sessao;
+    bool ok = true;
+    for (const auto& [codigo, pressionada] : teclas)
+        ok = co_await tecla(sessao, codigo, pressionada) && ok;
+    co_return ok;
+}
+
+} // namespace sonvo

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "platform/AreaTransferencia.h"
+#include "platform/wayland/ConexaoWayland.h"
+
+#include <QHash>
+#include <QObject>
+
+#include <memory>
+
+struct zwlr_data_control_manager_v1;
+struct zwlr_data_control_device_v1;
+struct zwlr_data_control_offer_v1;
+struct zwlr_data_control_source_v1;
+
+namespace sonvo::wayland {
+
+struct PrazosTransferencia {
+    std::chrono::milliseconds transferencia{500}; // one format
+    std::chrono::milliseconds total{2000};        // the whole snapshot
+};
+
+// The clipboard and the primary selection through the data control protocol, which lets a client
+// without keyboard focus read and own them (wlroots compositors, KDE). The standard
+// ext-data-control and wlroots' older version carry the same messages: one implementation serves
+// both. Another client's contents are read with a time limit on every transfer; Sonvo's own are
+// served from the event loop, in chunks, so a big image never blocks it.
+class AreaTransferenciaWayland : public QObject, public AreaTransferencia {
+    Q_OBJECT
+public:
+    using Prazos = PrazosTransferencia;
+
+    // Null when the compositor offers neither protocol or there is no seat.
+    static std::unique_ptr<AreaTransferenciaWayland> criar(std::shared_ptr<ConexaoWayland> c, Prazos prazos = {});
+    ~AreaTransferenciaWayland() override;
+
+    std::optional<ClipboardSnapshot> instantaneo() override;
+    void escreverTexto(const QString& texto, bool transitorio) override;
+    void restaurar(const ClipboardSnapshot& s) override;
+    QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
+    // The primary selection, whoever holds it: Wayland does not say which client that is.
+    std::optional<QString> textoSelecionado(const AppJanela& frente) override;
+
+    struct Oferta;
+    struct Fonte;
+
+Q_SIGNALS:
+    void textoLido();
+
+private:
+    AreaTransferenciaWayland(std::shared_ptr<ConexaoWayland> c, zwlr_data_control_manager_v1* m, Prazos prazos);
+    void definir(QList<ClipboardSnapshot::Item> itens, bool contaLeituras);
+    std::optional<QByteArray> receber(Oferta& o, const QString& tipo, std::chrono::steady_clock::time_point fim);
+
+    static void aoOferecer(void* dados, zwlr_data_control_device_v1* d, zwlr_data_control_offer_v1* o);
+    static void aoSelecionar(void* dados, zwlr_data_control_device_v1* d, zwlr_data_control_offer_v1* o);
+    static void aoSelecionarPrimaria(void* dados, zwlr_data_control_device_v1* d, zwlr_data_control_offer_v1* o);
+    static void aoTerminar(void* dados, zwlr_data_control_device_v1* d);
+
+    std::shared_ptr<ConexaoWayland> m_c;
+    zwlr_data_control_manager_v1* m_gerente = nullptr;
+    zwlr_data_control_device_v1* m_dispositivo = nullptr;
+    Prazos m_prazos;
+    std::unique_ptr<Oferta> m_selecao;  // the clipboard as another client offers it
+    std::unique_ptr<Oferta> m_primaria; // the primary selection
+    std::unique_ptr<Fonte> m_fonte;     // Sonvo's own contents, while they are the clipboard
+    QHash<zwlr_data_control_offer_v1*, Oferta*> m_pendentes; // announced, not yet a selection
+    quint64 m_geracao = 0;              // texts written so far
+    quint64 m_lida = 0;                 // the last of them another client fetched
+};
+
+} // namespace sonvo::wayland
