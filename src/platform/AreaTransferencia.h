@@ -28,11 +28,19 @@ class AreaTransferencia {
 public:
     static constexpr const char* tipoTransitorio = "org.nspasteboard.TransientType";
     static constexpr const char* tipoRestaurado = "org.nspasteboard.RestoredType";
+    // What KDE's Klipper and other clipboard managers honour to leave an entry out.
+    static constexpr const char* tipoDicaGerenciador = "x-kde-passwordManagerHint";
 
     virtual ~AreaTransferencia() = default;
     // Whether a format belongs in a snapshot: protocol targets, targets with side effects, X
     // resource handles, Qt's internal image format and the markers are left out.
     static bool tipoGuardado(const QString& tipo);
+    // Sonvo's text under each of `tipos`; `transitorio` adds the markers that keep clipboard
+    // managers from storing it.
+    static QList<ClipboardSnapshot::Item> itensDoTexto(const QString& texto, bool transitorio, const QStringList& tipos);
+    // A snapshot put back as one list, marked as restored: the first value of a type wins.
+    static QList<ClipboardSnapshot::Item> itensRestaurados(const ClipboardSnapshot& s);
+    static bool ehMarcador(const QString& tipo);
 
     // Every format but the marker and protocol ones; nothing when the clipboard is empty.
     virtual std::optional<ClipboardSnapshot> instantaneo() = 0;

@@ -5,7 +5,6 @@
 
 #include <wayland-client.h>
 
-#include <QCoroSignal>
 #include <QHash>
 #include <QPointer>
 #include <QSet>
@@ -23,16 +22,10 @@ namespace {
 using Item = ClipboardSnapshot::Item;
 using Relogio = std::chrono::steady_clock;
 
-constexpr const char* kDicaGerenciador = "x-kde-passwordManagerHint";
 constexpr qsizetype kMaxBytes = qsizetype(256) * 1024 * 1024;
 // The names Wayland and X11 clients ask text by; XWayland maps the X11 ones.
 const QStringList kTiposDeTexto = {QStringLiteral("text/plain;charset=utf-8"), QStringLiteral("text/plain"),
                                    QStringLiteral("UTF8_STRING"), QStringLiteral("TEXT"), QStringLiteral("STRING")};
-
-bool ehMarcador(const QString& tipo)
-{
-    return tipo.startsWith(QStringLiteral("org.nspasteboard.")) || tipo == QLatin1String(kDicaGerenciador);
-}
 
 // Writes one format to a reader, as fast as the reader takes it, then closes the descriptor.
 class Escritor : public QObject {
@@ -230,32 +223,16 @@ std::optional<ClipboardSnapshot> AreaTransferenciaWayland::instantaneo()
 
 void AreaTransferenciaWayland::escreverTexto(const QString& texto, bool transitorio)
 {
-    QList<Item> itens;
-    if (transitorio) {
-        itens << Item{QString::fromLatin1(tipoTransitorio), QByteArray()};
-        itens << Item{QString::fromLatin1(kDicaGerenciador), QByteArrayLiteral("secret")};
-    }
-    const QByteArray utf8 = texto.toUtf8();
-    for (const QString& t : kTiposDeTexto)
-        itens << Item{t, utf8};
-    ++m_geracao;
-    definir(std::move(itens), true);
+    const quint64 geracao = m_leituras.novoTexto();
+    definir(itensDoTexto(texto, transitorio, kTiposDeTexto), geracao);
 }
 
 void AreaTransferenciaWayland::restaurar(const ClipboardSnapshot& s)
 {
-    QList<Item> itens{Item{QString::fromLatin1(tipoRestaurado), QByteArray()}};
-    QSet<QString> vistos{itens.first().type};
-    for (const auto& item : s.items)
-        for (const Item& i : item)
-            if (!vistos.contains(i.type)) {
-                vistos.insert(i.type);
-                itens << i;
-            }
-    definir(std::move(itens), false);
+    definir(itensRestaurados(s), 0);
 }
 
-void AreaTransferenciaWayland::definir(QList<Item> itens, bool contaLeituras)
+void AreaTransferenciaWayland::definir(QList<Item> itens, quint64 geracao)
 {
     if (!m_dispositivo)
         return;
@@ -270,11 +247,8 @@ void AreaTransferenciaWayland::definir(QList<Item> itens, bool contaLeituras)
                     break;
                 }
             new Escritor(fd, conteudo, f->dono);
-            if (f->geracao > f->dono->m_lida && !ehMarcador(t)) {
-                f->dono->m_lida = f->geracao;
-                // Queued: the waiting insertion must not resume inside the dispatch.
-                QMetaObject::invokeMethod(f->dono, &AreaTransferenciaWayland::textoLido, Qt::QueuedConnection);
-            }
+            if (!ehMarcador(t))
+                f->dono->m_leituras.lida(f->geracao);
         },
         [](void* dados, zwlr_data_control_source_v1*) {
             // Another client took the clipboard.
@@ -286,7 +260,7 @@ void AreaTransferenciaWayland::definir(QList<Item> itens, bool contaLeituras)
     fonte->dono = this;
     fonte->fonte = zwlr_data_control_manager_v1_create_data_source(m_gerente);
     fonte->itens = std::move(itens);
-    fonte->geracao = contaLeituras ? m_geracao : 0;
+    fonte->geracao = geracao;
     zwlr_data_control_source_v1_add_listener(fonte->fonte, &ouvinte, fonte.get());
     for (const Item& i : fonte->itens)
         zwlr_data_control_source_v1_offer(fonte->fonte, i.type.toUtf8().constData());
@@ -297,17 +271,7 @@ void AreaTransferenciaWayland::definir(QList<Item> itens, bool contaLeituras)
 
 QCoro::Task<bool> AreaTransferenciaWayland::aguardarLeitura(std::chrono::milliseconds limite)
 {
-    const quint64 geracao = m_geracao;
-    if (geracao == 0)
-        co_return false;
-    const auto fim = Relogio::now() + limite;
-    while (m_lida < geracao) {
-        const auto resto = std::chrono::ceil<std::chrono::milliseconds>(fim - Relogio::now());
-        if (resto.count() <= 0)
-            co_return false;
-        co_await qCoro(this, &AreaTransferenciaWayland::textoLido, resto);
-    }
-    co_return true;
+    return m_leituras.aguardar(limite);
 }
 
 std::optional<QString> AreaTransferenciaWayland::textoSelecionado(const AppJanela&)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/AreaTransferencia.h"
+#include "platform/LeiturasClipboard.h"
 #include "platform/wayland/ConexaoWayland.h"
 
 #include <QHash>
@@ -26,7 +27,6 @@ struct PrazosTransferencia {
 // both. Another client's contents are read with a time limit on every transfer; Sonvo's own are
 // served from the event loop, in chunks, so a big image never blocks it.
 class AreaTransferenciaWayland : public QObject, public AreaTransferencia {
-    Q_OBJECT
 public:
     using Prazos = PrazosTransferencia;
 
@@ -44,12 +44,10 @@ public:
     struct Oferta;
     struct Fonte;
 
-Q_SIGNALS:
-    void textoLido();
-
 private:
     AreaTransferenciaWayland(std::shared_ptr<ConexaoWayland> c, zwlr_data_control_manager_v1* m, Prazos prazos);
-    void definir(QList<ClipboardSnapshot::Item> itens, bool contaLeituras);
+    // `geracao`: the text's, or 0 for contents whose reads do not count.
+    void definir(QList<ClipboardSnapshot::Item> itens, quint64 geracao);
     std::optional<QByteArray> receber(Oferta& o, const QString& tipo, std::chrono::steady_clock::time_point fim);
 
     static void aoOferecer(void* dados, zwlr_data_control_device_v1* d, zwlr_data_control_offer_v1* o);
@@ -65,8 +63,7 @@ private:
     std::unique_ptr<Oferta> m_primaria; // the primary selection
     std::unique_ptr<Fonte> m_fonte;     // Sonvo's own contents, while they are the clipboard
     QHash<zwlr_data_control_offer_v1*, Oferta*> m_pendentes; // announced, not yet a selection
-    quint64 m_geracao = 0;              // texts written so far
-    quint64 m_lida = 0;                 // the last of them another client fetched
+    LeiturasClipboard m_leituras;
 };
 
 } // namespace sonvo::wayland

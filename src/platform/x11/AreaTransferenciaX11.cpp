@@ -5,7 +5,6 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QSet>
-#include <QCoroSignal>
 
 #include <cstdlib>
 #include <cstring>
@@ -18,7 +17,6 @@ namespace {
 using Item = ClipboardSnapshot::Item;
 using Relogio = ConexaoX11::Relogio;
 
-constexpr const char* kDicaGerenciador = "x-kde-passwordManagerHint";
 // A clipboard bigger than this is not worth holding in memory twice; it is left out.
 constexpr qsizetype kMaxBytes = qsizetype(256) * 1024 * 1024;
 
@@ -51,8 +49,7 @@ protected:
         const qsizetype i = indice(tipo);
         if (i < 0)
             return {};
-        if (m_aoLer && tipo != QLatin1String(AreaTransferencia::tipoTransitorio)
-            && tipo != QLatin1String(kDicaGerenciador))
+        if (m_aoLer && !AreaTransferencia::ehMarcador(tipo))
             m_aoLer();
         return m_itens[i].data;
     }
@@ -240,44 +237,26 @@ std::optional<AreaTransferenciaX11::Transferencia> AreaTransferenciaX11::transfe
 
 void AreaTransferenciaX11::escreverTexto(const QString& texto, bool transitorio)
 {
-    QList<Item> itens;
-    if (transitorio) {
-        // Clipboard managers keep neither: the first is the convention of macOS tools, the second
-        // is what KDE's Klipper and others honour.
-        itens << Item{QString::fromLatin1(tipoTransitorio), QByteArray()};
-        itens << Item{QString::fromLatin1(kDicaGerenciador), QByteArrayLiteral("secret")};
-    }
-    itens << Item{QStringLiteral("text/plain"), texto.toUtf8()};
-    ++m_geracao;
-    definir(std::move(itens), true);
+    // Qt serves "text/plain" under every X11 text name.
+    const quint64 geracao = m_leituras.novoTexto();
+    definir(itensDoTexto(texto, transitorio, {QStringLiteral("text/plain")}), geracao);
 }
 
 void AreaTransferenciaX11::restaurar(const ClipboardSnapshot& s)
 {
-    // X11 holds one value per format: the items are merged, the first value of a format wins.
-    QList<Item> itens{Item{QString::fromLatin1(tipoRestaurado), QByteArray()}};
-    QSet<QString> vistos{itens.first().type};
-    for (const auto& item : s.items)
-        for (const Item& i : item)
-            if (!vistos.contains(i.type)) {
-                vistos.insert(i.type);
-                itens << i;
-            }
-    definir(std::move(itens), false);
+    // X11 holds one value per format: the items are merged.
+    definir(itensRestaurados(s), 0);
 }
 
-void AreaTransferenciaX11::definir(QList<Item> itens, bool contaLeituras)
+void AreaTransferenciaX11::definir(QList<Item> itens, quint64 geracao)
 {
     std::function<void()> aoLer;
-    if (contaLeituras) {
+    if (geracao > 0) {
         // Qt deletes the data whenever another client takes the clipboard, possibly after us.
-        QPointer<AreaTransferenciaX11> eu(this);
-        const quint64 geracao = m_geracao;
-        aoLer = [eu, geracao] {
-            if (eu && geracao > eu->m_lida) {
-                eu->m_lida = geracao;
-                Q_EMIT eu->textoLido();
-            }
+        QPointer<LeiturasClipboard> leituras(&m_leituras);
+        aoLer = [leituras, geracao] {
+            if (leituras)
+                leituras->lida(geracao);
         };
     }
     QClipboard* clipboard = QGuiApplication::clipboard();
@@ -293,17 +272,7 @@ void AreaTransferenciaX11::definir(QList<Item> itens, bool contaLeituras)
 
 QCoro::Task<bool> AreaTransferenciaX11::aguardarLeitura(std::chrono::milliseconds limite)
 {
-    const quint64 geracao = m_geracao;
-    if (geracao == 0)
-        co_return false;
-    const auto fim = Relogio::now() + limite;
-    while (m_lida < geracao) {
-        const auto resto = std::chrono::ceil<std::chrono::milliseconds>(fim - Relogio::now());
-        if (resto.count() <= 0)
-            co_return false;
-        co_await qCoro(this, &AreaTransferenciaX11::textoLido, resto);
-    }
-    co_return true;
+    return m_leituras.aguardar(limite);
 }
 
 std::optional<QString> AreaTransferenciaX11::textoSelecionado(const AppJanela& frente)

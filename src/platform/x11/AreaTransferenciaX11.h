@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/AreaTransferencia.h"
+#include "platform/LeiturasClipboard.h"
 #include "platform/x11/ConexaoX11.h"
 
 #include <QObject>
@@ -32,9 +33,6 @@ public:
     QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
     std::optional<QString> textoSelecionado(const AppJanela& frente) override;
 
-Q_SIGNALS:
-    void textoLido();
-
 private:
     struct Transferencia {
         xcb_atom_t tipo = XCB_NONE;
@@ -45,13 +43,13 @@ private:
                                           const char* selecao = "CLIPBOARD");
     std::optional<ClipboardSnapshot> instantaneoLocal();
     std::optional<ClipboardSnapshot> instantaneoRemoto();
-    void definir(QList<ClipboardSnapshot::Item> itens, bool contaLeituras);
+    // `geracao`: the text's, or 0 for contents whose reads do not count.
+    void definir(QList<ClipboardSnapshot::Item> itens, quint64 geracao);
 
     std::shared_ptr<ConexaoX11> m_x;
     Prazos m_prazos;
     xcb_window_t m_janelaDoQt = XCB_NONE; // the window Qt owns the selection with
-    quint64 m_geracao = 0;                 // texts written so far
-    quint64 m_lida = 0;                    // the last of them another client fetched
+    LeiturasClipboard m_leituras;
 };
 
 } // namespace sonvo::x11
