@@ -104,6 +104,8 @@ QString textoAjuda()
         "                                        Super+Shift+T (--menu: como Super+Shift+R); associe-o\n"
         "                                        a um atalho onde não há atalhos globais (Wayland)\n"
         "  sonvo autoinicio [ligar|desligar]     abre (ou não) o Sonvo ao entrar na sessão\n"
+        "  sonvo diagnostico                     como cada serviço funciona nesta sessão; sai com 1\n"
+        "                                        quando um ditado não chegaria ao destino\n"
         "  sonvo ditar [--app ID] [--menu]       grava o microfone até Enter ou Ctrl-C e imprime o texto\n"
         "  sonvo transcrever ARQUIVO [--app ID]  transcreve um arquivo WAV e imprime o texto corrigido\n"
         "  sonvo corrigir [--app ID] [TEXTO]     aplica o vocabulário ao TEXTO (ou à entrada padrão)\n"

@@ -13,8 +13,10 @@
 #include "platform/ControleRemoto.h"
 #include "platform/Plataforma.h"
 #include "shell/AppDelegate.h"
+#include "shell/Diagnostico.h"
 #include "shell/Inicializacao.h"
 #include "shell/RecordingViewModel.h"
+#include "ui/DiagnosticoDesktop.h"
 #include "ui/IconeBandeja.h"
 #include "ui/Onboarding.h"
 #include "ui/PaineisDesktop.h"
@@ -76,11 +78,13 @@ int avisarPrimeiraInstancia(QApplication& app, qint64 pid)
 int executarAplicativo(int argc, char** argv)
 {
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        std::fputs("O Sonvo precisa de uma sessão gráfica (X11) para ficar na bandeja do sistema.\n"
+        std::fputs("O Sonvo precisa de uma sessão gráfica (X11 ou Wayland) para ficar na bandeja do sistema.\n"
                    "Sem ela, use a linha de comando: sonvo --help\n",
                    stderr);
         return 1;
     }
+    // In a Wayland session the windows run on XWayland where it exists.
+    escolherPluginDoQt();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Sonvo"));
     QApplication::setDesktopFileName(QStringLiteral("sonvo"));
@@ -125,7 +129,7 @@ int executarAplicativo(int argc, char** argv)
     TranscriptionHistory historico(pasta);
     InsertBuffer buffer;
     InsertionService insercao(*plataforma.clipboard, *plataforma.janelas, *plataforma.teclas, buffer,
-                              QCoreApplication::applicationPid());
+                              QCoreApplication::applicationPid(), {}, plataforma.notificacoes.get());
     SpeechManager speech(SpeechManager::Dependencias{config, rede, pasta, *plataforma.audio, insercao, *plataforma.som,
                                                      vocabulario, historico, QString(), nullptr});
     RecordingViewModel viewModel(speech);
@@ -158,7 +162,10 @@ int executarAplicativo(int argc, char** argv)
             janelaPreferencias = new ui::Preferencias(ui::Preferencias::Dependencias{
                 config, vocabulario, auditoria, pasta, Log::caminhoArquivo(),
                 [](const QString& caminho) { QDesktopServices::openUrl(QUrl::fromLocalFile(caminho)); },
-                aplicarIconeApp, delegate.atalhos().rotulosVisiveis()});
+                aplicarIconeApp, delegate.atalhos().rotulosVisiveis(), [&plataforma, &config, &rede, pasta] {
+                    return Diagnostico::coletar(Diagnostico::Dependencias{plataforma, config, rede, pasta,
+                                                                           QSystemTrayIcon::isSystemTrayAvailable()});
+                }});
             janelaPreferencias->setAttribute(Qt::WA_DeleteOnClose);
             ui::centralizarNaTela(janelaPreferencias);
         } else {

@@ -1,12 +1,14 @@
 #include "ui/PaginaSobre.h"
 
 #include "core/Configuracoes.h"
+#include "shell/Diagnostico.h"
 #include "ui/CamposPreferencias.h"
 
 #include <QComboBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -14,7 +16,7 @@ namespace sonvo::ui {
 
 PaginaSobre::PaginaSobre(Configuracoes& config, const QString& pastaDados, const QString& arquivoLog,
                          std::function<void(const QString&)> abrirArquivo, std::function<void()> aplicarIcone,
-                         QWidget* parent)
+                         std::function<QCoro::Task<QList<FormaServico>>()> diagnosticar, QWidget* parent)
     : QWidget(parent), m_config(config), m_abrirArquivo(std::move(abrirArquivo)), m_aplicarIcone(std::move(aplicarIcone))
 {
     using CamposPreferencias::ajuda;
@@ -45,7 +47,23 @@ PaginaSobre::PaginaSobre(Configuracoes& config, const QString& pastaDados, const
                                       "No Wayland, associe um atalho do seu ambiente ao comando: sonvo alternar "
                                       "(ou sonvo alternar --menu)."),
                        this));
+    if (diagnosticar)
+        preencherDiagnostico(std::move(diagnosticar));
     v->addStretch();
+}
+
+QCoro::Task<> PaginaSobre::preencherDiagnostico(std::function<QCoro::Task<QList<FormaServico>>()> diagnosticar)
+{
+    auto* titulo = new QLabel(QStringLiteral("Nesta sessão"), this);
+    titulo->setStyleSheet(QStringLiteral("font-weight: 600;"));
+    QPointer<QLabel> linhas = new QLabel(QStringLiteral("Verificando…"), this);
+    linhas->setObjectName(QStringLiteral("diagnostico"));
+    linhas->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    layout()->addWidget(titulo);
+    layout()->addWidget(linhas);
+    const QList<FormaServico> r = co_await diagnosticar();
+    if (linhas) // the window may have closed meanwhile
+        linhas->setText(Diagnostico::texto(r).trimmed());
 }
 
 // The path, selectable, and a button that opens it in the user's own application.

@@ -21,6 +21,19 @@ QRect areaPrincipal()
     return s ? s->availableGeometry() : QRect();
 }
 
+// Qt's Wayland plugin has no window opacity (and warns at every frame of a fade): there the
+// panels only move.
+bool temOpacidade()
+{
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+void definirOpacidade(QWidget* w, double alfa)
+{
+    if (temOpacidade())
+        w->setWindowOpacity(alfa);
+}
+
 // One animation group: the position and the opacity move together, with one curve.
 QParallelAnimationGroup* deslizar(QWidget* w, QPoint fim, double alfaFim, int duracaoMs, const QEasingCurve& curva,
                                   QObject* pai)
@@ -28,9 +41,13 @@ QParallelAnimationGroup* deslizar(QWidget* w, QPoint fim, double alfaFim, int du
     auto* grupo = new QParallelAnimationGroup(pai);
     auto* pos = new QPropertyAnimation(w, "pos", grupo);
     pos->setEndValue(fim);
-    auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
-    alfa->setEndValue(alfaFim);
-    for (QPropertyAnimation* a : {pos, alfa}) {
+    QList<QPropertyAnimation*> animacoes{pos};
+    if (temOpacidade()) {
+        auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
+        alfa->setEndValue(alfaFim);
+        animacoes << alfa;
+    }
+    for (QPropertyAnimation* a : animacoes) {
         a->setDuration(duracaoMs);
         a->setEasingCurve(curva);
         grupo->addAnimation(a);
@@ -91,7 +108,7 @@ void PaineisDesktop::mostrarPilula(QWidget* w, QParallelAnimationGroup*& grupo, 
     }
     const QRect fim = GeometriaPilula::repouso(area, w->size());
     w->move(GeometriaPilula::escondida(area, w->size()).topLeft());
-    w->setWindowOpacity(0.0);
+    definirOpacidade(w, 0.0);
     w->show();
     w->raise();
     grupo = deslizar(w, fim.topLeft(), 1.0, duracaoMs, GeometriaPilula::easeOut(), this);
@@ -152,7 +169,7 @@ void PaineisDesktop::abrirCentrado(QWidget* w)
     w->setMinimumSize(inicio.size());
     w->setMaximumSize(fim.size());
     w->setGeometry(inicio);
-    w->setWindowOpacity(0.0);
+    definirOpacidade(w, 0.0);
     w->show();
     w->raise();
     w->activateWindow();
@@ -164,13 +181,15 @@ void PaineisDesktop::abrirCentrado(QWidget* w)
     geo->setEndValue(fim);
     geo->setDuration(180);
     geo->setEasingCurve(GeometriaPilula::easeOut());
-    auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
-    alfa->setStartValue(0.0);
-    alfa->setEndValue(1.0);
-    alfa->setDuration(180);
-    alfa->setEasingCurve(GeometriaPilula::easeOut());
     grupo->addAnimation(geo);
-    grupo->addAnimation(alfa);
+    if (temOpacidade()) {
+        auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
+        alfa->setStartValue(0.0);
+        alfa->setEndValue(1.0);
+        alfa->setDuration(180);
+        alfa->setEasingCurve(GeometriaPilula::easeOut());
+        grupo->addAnimation(alfa);
+    }
     QObject::connect(grupo, &QAbstractAnimation::finished, w, [w, fim] { w->setFixedSize(fim.size()); });
     grupo->start(QAbstractAnimation::DeleteWhenStopped);
 }

@@ -40,6 +40,8 @@ public:
         std::function<void()> aplicarIcone;
         // The hotkeys as this session names them ("Super+Shift+R", "Super+Shift+T").
         QStringList rotulosAtalhos;
+        // How each service works in this session (the lines of `sonvo diagnostico`).
+        std::function<QCoro::Task<QList<FormaServico>>()> diagnosticar;
     };
     explicit Preferencias(Dependencias deps, QWidget* parent = nullptr);
 

@@ -110,7 +110,7 @@ TEST_F(Cli, FalhaSai1ComAMensagemComoUnicaLinhaDeErro)
     ASSERT_TRUE(gravarArquivo(vocab, latin1) && gravarArquivo(hist, "[{\"texto\": 1}]") && gravarArquivo(fila, "[{\"ouvido\":"));
     struct Caso { QStringList args; QByteArray entrada, erro; };
     const Caso casos[] = {
-        {{}, {}, "O Sonvo precisa de uma sessão gráfica (X11) para ficar na bandeja do sistema.\nSem ela, use a linha de comando: sonvo --help\n"},
+        {{}, {}, "O Sonvo precisa de uma sessão gráfica (X11 ou Wayland) para ficar na bandeja do sistema.\nSem ela, use a linha de comando: sonvo --help\n"},
         {a({"config", "hasOnboarded"}), {}, "Configuração não definida: hasOnboarded\n"},
         {a({"intencao"}), "faz um \xff resumo", "A entrada padrão não é texto UTF-8 válido\n"},
         {a({"transcrever", amb.raiz() + "/nao-existe.wav"}), {}, kIndisponivel},

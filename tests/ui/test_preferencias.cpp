@@ -62,7 +62,10 @@ struct Prefs : ::testing::Test {
     {
         janela = std::make_unique<ui::Preferencias>(ui::Preferencias::Dependencias{
             config, vocab, auditoria, pasta, amb.arquivoLog(), [this](const QString& c) { abertos << c; },
-            [this] { ++icones; }, {u"Super+Shift+R"_s, u"Super+Shift+T"_s}});
+            [this] { ++icones; }, {u"Super+Shift+R"_s, u"Super+Shift+T"_s}, []() -> QCoro::Task<QList<FormaServico>> {
+                co_return QList<FormaServico>{{u"Colar"_s, u"teclado virtual do Wayland"_s, true},
+                                              {u"Microfone"_s, u"nenhum dispositivo de entrada de áudio"_s, false}};
+            }});
     }
     // What a later process reads: the settings file on disk.
     QVariant doDisco(const QString& chave) const { return Configuracoes(amb.arquivoConfig()).valor(chave); }
@@ -154,6 +157,9 @@ TEST_F(Prefs, ChavesProvedorEnderecosAcoesModoESobre)
 
     janela->sobre()->escolhaIcone()->setCurrentIndex(1);
     EXPECT_EQ(doDisco(u"iconVariant"_s).toString() + QString::number(icones), u"light1"_s);
+    const auto* diagnostico = janela->sobre()->findChild<QLabel*>(u"diagnostico"_s);
+    ASSERT_TRUE(diagnostico);
+    EXPECT_EQ(diagnostico->text(), u"Colar: teclado virtual do Wayland\nMicrofone: nenhum dispositivo de entrada de áudio"_s);
 }
 
 TEST_F(Prefs, VocabularioGlobalPorAplicativoEAuditoria)
