@@ -2,10 +2,10 @@
 //   sonvo_alvo_texto --saida ARQ [--classe CLASSE] [--terminal] [--atraso MS] [--selecao TEXTO]
 // Writes the widget's whole text to ARQ on every change, and one line per Ctrl+V or
 // Ctrl+Shift+V to ARQ.teclas with the clipboard's formats at that moment. --classe sets the
-// WM_CLASS class; --terminal behaves like a terminal (Ctrl+Shift+V pastes, Ctrl+V types "^V");
-// --atraso makes it a slow application that fetches the clipboard MS milliseconds after the paste
-// keys; --selecao starts with TEXTO in the widget, all of it selected and offered as the PRIMARY
-// selection, as a user's selection is.
+// WM_CLASS class and the Wayland app_id; --terminal behaves like a terminal (Ctrl+Shift+V
+// pastes, Ctrl+V types "^V"); --atraso makes it a slow application that fetches the clipboard MS
+// milliseconds after the paste keys; --selecao starts with TEXTO in the widget, all of it
+// selected and offered as the PRIMARY selection, as a user's selection is.
 #include <QApplication>
 #include <QClipboard>
 #include <QFile>
@@ -82,8 +82,9 @@ int main(int argc, char** argv)
     }
     if (g_saida.isEmpty())
         return 2;
-    // Qt names the WM_CLASS class after the application.
+    // WM_CLASS class: the application name; Wayland app_id: the desktop file name.
     QCoreApplication::setApplicationName(classe);
+    QGuiApplication::setDesktopFileName(classe);
     QApplication app(argc, argv);
     Editor janela;
     janela.setWindowTitle(QStringLiteral("Alvo ") + classe);

@@ -7,6 +7,7 @@
 #   desktop.sh down DIR            takes down what `up DIR` started
 # Exits 77 (skipped) when Xvfb is not installed.
 set -u
+. "$(dirname "${BASH_SOURCE[0]}")/../support/microfone_virtual.sh"
 
 falhar() { echo "desktop.sh: $*" >&2; [[ -n ${D:-} && -f $D/log ]] && tail -n 40 "$D/log" >&2; return 1; }
 
@@ -56,17 +57,7 @@ EOS
 
   if command -v pulseaudio >/dev/null; then
     export PULSE_SERVER=unix:$XDG_RUNTIME_DIR/pulse/native
-    cat >"$D/teste.pa" <<EOF
-load-module module-native-protocol-unix auth-anonymous=1 socket=$XDG_RUNTIME_DIR/pulse/native
-load-module module-null-sink sink_name=vsink rate=48000 channels=2
-load-module module-remap-source master=vsink.monitor source_name=vmic channels=1 channel_map=mono source_properties=device.description=VirtualMic
-set-default-sink vsink
-set-default-source vmic
-EOF
-    fundo pulseaudio -n -F "$D/teste.pa" --daemonize=no --exit-idle-time=-1 --system=false --disallow-exit
-    esperar "o PulseAudio" pactl info || return 1
-    # An idle null sink starts capture late; a silent stream keeps it running.
-    fundo pacat --playback -d vsink --raw --format=s16le --rate=48000 --channels=2 --latency-msec=20 /dev/zero
+    subir_microfone "$D" "$XDG_RUNTIME_DIR" || return 1
   fi
 
   {

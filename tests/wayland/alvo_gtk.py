@@ -1,0 +1,40 @@
+#!/usr/bin/python3
+"""A GTK 3 text widget of another client, the target of the Wayland tests' pastes.
+    alvo_gtk.py --saida ARQ [--app-id ID]
+Rewrites ARQ with the widget's whole text on every change. --app-id is the app_id the compositor
+sees (default "Sonvo-alvo-gtk"). A Wayland client unless GDK_BACKEND says otherwise (x11: through
+Xwayland). Prints "pronto" once the window is shown."""
+import argparse
+import os
+
+import gi
+from gi.repository import GLib
+
+args = argparse.ArgumentParser()
+args.add_argument("--saida", required=True)
+args.add_argument("--app-id", default="Sonvo-alvo-gtk")
+opcoes = args.parse_args()
+# GTK names the Wayland app_id and the X11 WM_CLASS after the program, when Gtk is imported.
+GLib.set_prgname(opcoes.app_id)
+os.environ.setdefault("GDK_BACKEND", "wayland")
+gi.require_version("Gtk", "3.0")
+from gi.repository import Gtk  # noqa: E402
+
+
+def gravar(buffer):
+    # Whole or not at all: a test reading ARQ never sees half a write.
+    texto = buffer.get_text(buffer.get_start_iter(), buffer.get_end_iter(), True)
+    with open(opcoes.saida + ".tmp", "w", encoding="utf-8") as f:
+        f.write(texto)
+    os.replace(opcoes.saida + ".tmp", opcoes.saida)
+
+
+janela = Gtk.Window(title="Alvo " + opcoes.app_id)
+janela.set_default_size(420, 160)
+janela.connect("destroy", Gtk.main_quit)
+editor = Gtk.TextView()
+editor.get_buffer().connect("changed", gravar)
+janela.add(editor)
+janela.show_all()
+print("pronto", flush=True)
+Gtk.main()
