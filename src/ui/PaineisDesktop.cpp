@@ -21,16 +21,16 @@ QRect areaPrincipal()
     return s ? s->availableGeometry() : QRect();
 }
 
-// Qt's Wayland plugin has no window opacity (and warns at every frame of a fade): there the
-// panels only move.
-bool temOpacidade()
+// Qt's Wayland plugin has no window opacity (and warns at every frame of a fade), nor windows
+// that stay out of the focus: there the panels only move, and the pills are not shown.
+bool noWaylandDoQt()
 {
-    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
 void definirOpacidade(QWidget* w, double alfa)
 {
-    if (temOpacidade())
+    if (!noWaylandDoQt())
         w->setWindowOpacity(alfa);
 }
 
@@ -42,7 +42,7 @@ QParallelAnimationGroup* deslizar(QWidget* w, QPoint fim, double alfaFim, int du
     auto* pos = new QPropertyAnimation(w, "pos", grupo);
     pos->setEndValue(fim);
     QList<QPropertyAnimation*> animacoes{pos};
-    if (temOpacidade()) {
+    if (!noWaylandDoQt()) {
         auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
         alfa->setEndValue(alfaFim);
         animacoes << alfa;
@@ -98,7 +98,9 @@ PaineisDesktop::~PaineisDesktop()
 void PaineisDesktop::mostrarPilula(QWidget* w, QParallelAnimationGroup*& grupo, int duracaoMs)
 {
     const QRect area = areaPrincipal();
-    if (area.isNull())
+    // On Qt's own Wayland plugin (a session without XWayland) a pill would be an ordinary window,
+    // which the compositor focuses: there the tray icon alone shows the state.
+    if (area.isNull() || noWaylandDoQt())
         return;
     // A show that overlaps a hide wins: the hide's completion must not order the pill out.
     if (grupo) {
@@ -182,7 +184,7 @@ void PaineisDesktop::abrirCentrado(QWidget* w)
     geo->setDuration(180);
     geo->setEasingCurve(GeometriaPilula::easeOut());
     grupo->addAnimation(geo);
-    if (temOpacidade()) {
+    if (!noWaylandDoQt()) {
         auto* alfa = new QPropertyAnimation(w, "windowOpacity", grupo);
         alfa->setStartValue(0.0);
         alfa->setEndValue(1.0);
