@@ -31,7 +31,7 @@ threading.Thread(target=http_.serve_forever, daemon=True).start()
 pasta = tempfile.mkdtemp()
 env = dict(os.environ, XDG_DATA_HOME=pasta + "/data", XDG_CONFIG_HOME=pasta + "/config", SONVO_LOG_FILE=pasta + "/log",
            SONVO_OPENAI_BASE_URL="http://127.0.0.1:%d" % http_.server_port)
-subprocess.run([sonvo, "chave", "openai"], input=b"sk-bench", env=env, check=True)
+subprocess.run([sonvo, "chave", "openai"], input=b"sk-bench", env=env, check=True, stdout=subprocess.DEVNULL)
 subprocess.run([sonvo, "config", "hasOnboarded", "true"], env=env, check=True, stdout=subprocess.DEVNULL)
 bandeja = subprocess.Popen([sonvo], env=env)
 saida = pasta + "/alvo"

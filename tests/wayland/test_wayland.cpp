@@ -77,17 +77,28 @@ protected:
         ASSERT_TRUE(girarAte([&] { return contar("notification auth granted="_t) == 1; }, 15000)) << logInteiro();
         girarPor(300);
     }
-    void alternar() { ASSERT_EQ(rodarSonvo(amb, {"alternar"_t}).codigo, 0); }
+    void alternar(const QStringList& extra = {}) { ASSERT_EQ(rodarSonvo(amb, QStringList{"alternar"_t} + extra).codigo, 0); }
     // One dictation through the command a user binds in sway: start, the phrase, stop.
-    void ditar()
+    void ditar(const QStringList& extra = {})
     {
         const qsizetype antes = contar("[HotKey] trigger"_t);
-        alternar();
+        alternar(extra);
         ASSERT_TRUE(girarAte([&] { return contar("[HotKey] trigger"_t) > antes; })) << logInteiro();
         girarPor(300);
         ASSERT_EQ(rodar("paplay"_t, {"-d"_t, "vsink"_t, fala}, 20000).codigo, 0);
         girarPor(300);
-        alternar();
+        alternar(extra);
+    }
+    // A native Wayland application writing what it receives to `saida`, focused once this returns.
+    void abrir(QProcess& alvo, const QString& programa, const QStringList& args, const QString& appId)
+    {
+        QProcessEnvironment env = amb.ambiente();
+        env.insert("QT_QPA_PLATFORM"_t, "wayland"_t);
+        env.insert("GDK_BACKEND"_t, "wayland"_t);
+        alvo.setProcessEnvironment(env);
+        alvo.start(programa, args);
+        ASSERT_TRUE(girarAte([&] { return focado() == appId; }, 15000)) << focado().toStdString();
+        girarPor(300);
     }
 
     AmbienteTemporario amb;
@@ -127,14 +138,7 @@ TEST_F(Colagem, ChegaEmAppsNativosEDevolveOClipboardByteAByte)
         ASSERT_EQ(rodar("sh"_t, {"-c"_t, "wl-copy --type \"$0\" < \"$1\""_t, c.tipo, arquivo("antes"_t)}).codigo, 0);
         const QString saida = arquivo(c.appId);
         QProcess alvo;
-        alvo.setProcessEnvironment(amb.ambiente());
-        QProcessEnvironment env = amb.ambiente();
-        env.insert("QT_QPA_PLATFORM"_t, "wayland"_t);
-        env.insert("GDK_BACKEND"_t, "wayland"_t);
-        alvo.setProcessEnvironment(env);
-        alvo.start(c.programa, c.args + QStringList{saida});
-        ASSERT_TRUE(girarAte([&] { return focado() == c.appId; }, 15000)) << focado().toStdString();
-        girarPor(300);
+        abrir(alvo, c.programa, c.args + QStringList{saida}, c.appId);
 
         ditar();
         ASSERT_TRUE(girarAte([&] { return lerArquivo(saida).contains(kFrase.toUtf8()); }, 20000))
@@ -148,6 +152,22 @@ TEST_F(Colagem, ChegaEmAppsNativosEDevolveOClipboardByteAByte)
         alvo.terminate();
         alvo.waitForFinished(3000);
     }
+}
+
+// The menu takes the keyboard (an ordinary window); closed with Esc, it gives it back to the
+// application, which receives the text.
+TEST_F(Colagem, MenuDeAcoesDevolveOFocoAoAppEColaNele)
+{
+    servidor.definirPadrao(Resposta::json(200, R"({"text":")" + kFrase.toUtf8() + R"("})"));
+    iniciarSonvo();
+    QProcess alvo;
+    abrir(alvo, QStringLiteral(SONVO_ALVO_TEXTO), {"--classe"_t, "alvo-qt"_t, "--saida"_t, arquivo("alvo"_t)}, "alvo-qt"_t);
+    ditar({"--menu"_t});
+    ASSERT_TRUE(girarAte([&] { return focado() == "Sonvo"_t; }, 20000)) << focado().toStdString() << logInteiro();
+    girarPor(300);
+    ASSERT_EQ(rodar("wtype"_t, {"-k"_t, "Escape"_t}).codigo, 0);
+    ASSERT_TRUE(girarAte([&] { return lerArquivo(arquivo("alvo"_t)) == kFrase.toUtf8(); }, 10000)) << logInteiro();
+    EXPECT_EQ(focado(), "alvo-qt"_t);
 }
 
 TEST_F(SonvoNoWayland, DiagnosticoDizComoCadaServicoFuncionaNoSway)

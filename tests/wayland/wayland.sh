@@ -121,6 +121,11 @@ for dados in iter(lambda: os.read(0, 4096), b""): os.write(saida, dados)' "$2" ;
     trap 'down "$D"' EXIT
     trap 'exit 143' INT TERM
     up "$D" >/dev/null || exit 1
+    # A checkout under a private folder (mktemp -d makes them 0700): the session user may pass
+    # through, to the repository and to the program, without reading anything else.
+    for p in "$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)" "$(dirname "$(command -v "$1")")"; do
+      while [[ $p != / ]]; do "${SESSAO[@]}" test -x "$p" || chmod o+x "$p"; p=$(dirname "$p"); done
+    done
     "${SESSAO[@]}" test -x "$(command -v "$1")" || { falhar "o usuário $U não consegue executar $1"; exit 1; }
     # In the background so that a time-out's TERM still takes the session down.
     "${SESSAO[@]}" "$@" & filho=$!
