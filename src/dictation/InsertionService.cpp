@@ -96,9 +96,11 @@ QCoro::Task<> InsertionService::inserir(QString texto)
         } else {
             Log::tag("Insert", QStringLiteral("clipboard vazio antes do ditado — texto mantido"));
         }
-    } else {
-        // No way to paste, or it failed: the text stays on the clipboard and the user is told.
+    } else if (!confiavel) {
         Log::tag("Insert", QStringLiteral("AX=0 — clipboard mantido com texto pra ⌘V manual"));
+    } else {
+        // The keys could not be sent (refused, or no way to): the text stays for a manual paste.
+        Log::tag("Insert", QStringLiteral("clipboard mantido com texto pra colar manual"));
     }
 
     m_buffer.adicionar(texto);

@@ -61,11 +61,9 @@ Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal)
             clipboard = e.clipboard;
         }
     }
-    if (!p.clipboard || clipboard == FormaClipboard::nenhuma) {
-        if (ofertas.clipboardX11) {
-            p.clipboard = std::make_unique<x11::AreaTransferenciaX11>(x);
-            clipboard = FormaClipboard::x11;
-        }
+    if (clipboard == FormaClipboard::nenhuma && ofertas.clipboardX11) {
+        p.clipboard = std::make_unique<x11::AreaTransferenciaX11>(x);
+        clipboard = FormaClipboard::x11;
     }
 
     FormaColar colar = FormaColar::nenhuma;
