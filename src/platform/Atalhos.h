@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -33,6 +34,14 @@ public:
 
 Q_SIGNALS:
     void pressionado(int id);
+    // The key of a pressed combination let go (a held key's repeats are not releases).
+    void solto(int id);
+    // The keys the desktop bound to each combination, as it describes them ("Press <Super>T"),
+    // when it is the desktop that binds them; again whenever the user changes them.
+    void rotulosDefinidos(const QHash<int, QString>& rotulos);
+    // The combinations could not be bound after all (the desktop refused them); the reason in
+    // the log's words.
+    void indisponivel(const QString& motivo);
 };
 
 // The modifiers held when a monitored key went down. A combination matches only with Super and

@@ -3,6 +3,7 @@
 #include "core/Arquivos.h"
 #include "core/Log.h"
 #include "platform/Sessao.h"
+#include "platform/dbus/PedidoPortal.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -10,19 +11,17 @@
 #include <QDBusPendingCall>
 #include <QFile>
 #include <QCoroDBusPendingCall>
-#include <QCoroSignal>
 
 #include <linux/input-event-codes.h>
+
+#include <utility>
 
 namespace sonvo {
 
 namespace {
-const QString kServico = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString kCaminho = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kInterface = QStringLiteral("org.freedesktop.portal.RemoteDesktop");
-constexpr uint kTeclado = 1;          // device type
-constexpr uint kAteRevogar = 2;       // persist_mode: until the user revokes it
-constexpr uint kRespostaCancelada = 1; // the user closed the dialog
+constexpr uint kTeclado = 1;    // device type
+constexpr uint kAteRevogar = 2; // persist_mode: until the user revokes it
 } // namespace
 
 TeclasPortal::TeclasPortal(QDBusConnection bus, QString arquivoToken, Prazos prazos)
@@ -30,27 +29,9 @@ TeclasPortal::TeclasPortal(QDBusConnection bus, QString arquivoToken, Prazos pra
 {
 }
 
-bool TeclasPortal::alcancavel(QDBusConnection bus)
-{
-    QDBusConnectionInterface* i = bus.interface();
-    if (!i)
-        return false;
-    if (i->isServiceRegistered(kServico))
-        return true;
-    const QDBusReply<QStringList> ativaveis = i->call(QStringLiteral("ListActivatableNames"));
-    return ativaveis.isValid() && ativaveis.value().contains(kServico);
-}
-
 QString TeclasPortal::forma() const
 {
     return Formas::descrever(FormaColar::portalRemoteDesktop);
-}
-
-void TeclasPortal::aoResponder(uint codigo, const QVariantMap& resultados)
-{
-    m_codigo = codigo;
-    m_resultados = resultados;
-    Q_EMIT respostaRecebida();
 }
 
 void TeclasPortal::aoFecharSessao()
@@ -61,41 +42,12 @@ void TeclasPortal::aoFecharSessao()
     m_sessao.clear();
 }
 
-QCoro::Task<std::optional<QVariantMap>> TeclasPortal::pedir(const QString& metodo, QList<QVariant> argumentos,
+QCoro::Task<std::optional<QVariantMap>> TeclasPortal::pedir(QString metodo, QList<QVariant> argumentos,
                                                             QVariantMap opcoes, std::chrono::milliseconds prazo,
                                                             uint* codigo)
 {
-    *codigo = 2;
-    // The Request object's path is known in advance: subscribe before calling, or a fast answer
-    // would be missed.
-    const QString token = QStringLiteral("sonvo%1").arg(++m_pedidos);
-    QString remetente = m_bus.baseService().mid(1);
-    remetente.replace(u'.', u'_');
-    const QString caminho = QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(remetente, token);
-    opcoes.insert(QStringLiteral("handle_token"), token);
-    m_bus.connect(kServico, caminho, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"), this,
-                  SLOT(aoResponder(uint, QVariantMap)));
-    m_codigo.reset();
-
-    QDBusMessage m = QDBusMessage::createMethodCall(kServico, kCaminho, kInterface, metodo);
-    argumentos << opcoes;
-    m.setArguments(argumentos);
-    const QDBusMessage r = co_await m_bus.asyncCall(m, int(m_prazos.chamada.count()));
-    std::optional<QVariantMap> resultado;
-    if (r.type() != QDBusMessage::ReplyMessage) {
-        Log::tag("Portal", QStringLiteral("%@ falhou: %@"), {metodo, r.errorMessage()});
-    } else {
-        if (!m_codigo)
-            co_await qCoro(this, &TeclasPortal::respostaRecebida, prazo);
-        if (m_codigo) {
-            *codigo = *m_codigo;
-            if (*m_codigo == 0)
-                resultado = m_resultados;
-        }
-    }
-    m_bus.disconnect(kServico, caminho, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"),
-                     this, SLOT(aoResponder(uint, QVariantMap)));
-    co_return resultado;
+    Portal::Pedido p{kInterface, metodo, std::move(argumentos), std::move(opcoes), m_prazos.chamada, prazo};
+    co_return co_await Portal::pedir(m_bus, std::move(p), QStringLiteral("sonvo%1").arg(++m_pedidos), codigo);
 }
 
 QCoro::Task<bool> TeclasPortal::iniciarSessao()
@@ -136,9 +88,9 @@ QCoro::Task<bool> TeclasPortal::iniciarSessao()
     const QList<QVariant> sessaoEJanela{objeto, QString()};
     const auto iniciado = co_await pedir(QStringLiteral("Start"), sessaoEJanela, QVariantMap(), m_prazos.consentimento, &codigo);
     if (!iniciado || !(iniciado->value(QStringLiteral("devices")).toUInt() & kTeclado)) {
-        Log::tag("Portal", codigo == kRespostaCancelada ? QStringLiteral("RemoteDesktop: consentimento recusado")
+        Log::tag("Portal", codigo == Portal::kCancelado ? QStringLiteral("RemoteDesktop: consentimento recusado")
                                                         : QStringLiteral("RemoteDesktop: sessão não iniciada"));
-        if (codigo != kRespostaCancelada) // a refused session is closed by the portal itself
+        if (codigo != Portal::kCancelado) // a refused session is closed by the portal itself
             fecharSessao();
         m_estado = Estado::recusada;
         co_return false;
@@ -148,8 +100,7 @@ QCoro::Task<bool> TeclasPortal::iniciarSessao()
         if (Arquivos::gravarAtomico(m_arquivoToken, token.toUtf8()))
             Log::tag("Portal", QStringLiteral("token do RemoteDesktop não gravado"));
     }
-    m_bus.connect(kServico, m_sessao, QStringLiteral("org.freedesktop.portal.Session"), QStringLiteral("Closed"), this,
-                  SLOT(aoFecharSessao()));
+    m_bus.connect(Portal::kServico, m_sessao, Portal::kSessao, QStringLiteral("Closed"), this, SLOT(aoFecharSessao()));
     m_estado = Estado::ativa;
     co_return true;
 }
@@ -162,17 +113,12 @@ TeclasPortal::~TeclasPortal()
 
 void TeclasPortal::fecharSessao()
 {
-    if (m_sessao.isEmpty())
-        return;
-    // Nobody waits for the answer: the session ends with us either way.
-    m_bus.send(QDBusMessage::createMethodCall(kServico, m_sessao, QStringLiteral("org.freedesktop.portal.Session"),
-                                              QStringLiteral("Close")));
-    m_sessao.clear();
+    Portal::fecharSessao(m_bus, std::exchange(m_sessao, QString()));
 }
 
 QCoro::Task<bool> TeclasPortal::tecla(QString sessao, int codigo, bool pressionada)
 {
-    QDBusMessage m = QDBusMessage::createMethodCall(kServico, kCaminho, kInterface,
+    QDBusMessage m = QDBusMessage::createMethodCall(Portal::kServico, Portal::kCaminho, kInterface,
                                                     QStringLiteral("NotifyKeyboardKeycode"));
     m.setArguments({QVariant::fromValue(QDBusObjectPath(sessao)), QVariantMap(), codigo, uint(pressionada ? 1 : 0)});
     const QDBusMessage r = co_await m_bus.asyncCall(m, int(m_prazos.chamada.count()));

@@ -26,26 +26,18 @@ public:
 
     TeclasPortal(QDBusConnection bus, QString arquivoToken, Prazos prazos = {});
     ~TeclasPortal() override;
-    // Whether xdg-desktop-portal is running or can be started on that bus.
-    static bool alcancavel(QDBusConnection bus);
 
     void soltarModificadores() override {}
     QCoro::Task<bool> colar(bool terminal) override;
     QString forma() const override;
 
-Q_SIGNALS:
-    void respostaRecebida();
-
 private Q_SLOTS:
-    void aoResponder(uint codigo, const QVariantMap& resultados);
     void aoFecharSessao();
 
 private:
     enum class Estado { semSessao, iniciando, ativa, recusada };
     QCoro::Task<bool> iniciarSessao();
-    // Calls a portal method that answers through a Request object; its results, or nothing when
-    // the call fails, times out or the user cancels (`codigo` says which).
-    QCoro::Task<std::optional<QVariantMap>> pedir(const QString& metodo, QList<QVariant> argumentos,
+    QCoro::Task<std::optional<QVariantMap>> pedir(QString metodo, QList<QVariant> argumentos,
                                                   QVariantMap opcoes, std::chrono::milliseconds prazo, uint* codigo);
     QCoro::Task<bool> tecla(QString sessao, int codigo, bool pressionada);
     void fecharSessao();
@@ -56,8 +48,6 @@ private:
     Estado m_estado = Estado::semSessao;
     QString m_sessao;
     quint64 m_pedidos = 0;
-    std::optional<uint> m_codigo;
-    QVariantMap m_resultados;
 };
 
 } // namespace sonvo

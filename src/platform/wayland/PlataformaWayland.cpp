@@ -1,6 +1,8 @@
 #include "platform/wayland/PlataformaWayland.h"
 
 #include "platform/dbus/NotificacoesDBus.h"
+#include "platform/dbus/AtalhosPortal.h"
+#include "platform/dbus/PedidoPortal.h"
 #include "platform/dbus/TeclasPortal.h"
 #include "platform/Sessao.h"
 #include "platform/wayland/AreaTransferenciaWayland.h"
@@ -49,8 +51,9 @@ Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal)
         return p;
     }
     auto x = x11::ConexaoX11::abrir();
+    const QDBusConnection bus = QDBusConnection::sessionBus();
     OfertasWayland ofertas{c->globais(), x != nullptr, x && x11::qtNoXcb(),
-                           TeclasPortal::alcancavel(QDBusConnection::sessionBus())};
+                           Portal::versao(bus, QStringLiteral("org.freedesktop.portal.RemoteDesktop")) > 0};
     const EscolhasWayland e = escolherWayland(ofertas);
 
     // Each way may still fail to start (a keymap that does not compile): the next one is used.
@@ -74,7 +77,7 @@ Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal)
         }
     }
     if (colar == FormaColar::nenhuma && ofertas.portal) {
-        p.teclas = std::make_unique<TeclasPortal>(QDBusConnection::sessionBus(), arquivoTokenPortal);
+        p.teclas = std::make_unique<TeclasPortal>(bus, arquivoTokenPortal);
         colar = FormaColar::portalRemoteDesktop;
     }
     const bool podeColar = colar != FormaColar::nenhuma;
@@ -94,14 +97,21 @@ Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal)
     if (x)
         p.som = std::make_unique<x11::SomX11>(x);
     // X11 key grabs on XWayland fire only while an X11 window has the focus: they are not global
-    // shortcuts here, and the user binds `sonvo alternar` in the compositor instead.
+    // shortcuts here. The desktop binds them through the portal, or the user binds
+    // `sonvo alternar` in the compositor.
+    const bool portalAtalhos = Portal::versao(bus, QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0;
+    if (portalAtalhos)
+        p.atalhos = std::make_unique<AtalhosPortal>(bus);
 
     const bool selecao = clipboard == FormaClipboard::extDataControl || clipboard == FormaClipboard::wlrDataControl;
     p.formas = {
         {QStringLiteral("Sessão"), QStringLiteral("Wayland"), true},
         {QStringLiteral("Colar"), Formas::descrever(colar), podeColar},
         {QStringLiteral("Área de transferência"), Formas::descrever(clipboard), clipboard != FormaClipboard::nenhuma},
-        {QStringLiteral("Atalhos"), QStringLiteral("indisponível — associe um atalho do ambiente a: sonvo alternar"), false},
+        {QStringLiteral("Atalhos"),
+         portalAtalhos ? QStringLiteral("portal GlobalShortcuts")
+                       : QStringLiteral("indisponível — associe um atalho do ambiente a: sonvo alternar"),
+         portalAtalhos},
         {QStringLiteral("Janela ativa"), Formas::descrever(janelas), janelas != FormaJanelas::nenhuma},
         {QStringLiteral("Texto selecionado"), selecao ? QStringLiteral("seleção primária (data-control)") : Formas::kIndisponivel,
          selecao},

@@ -6,6 +6,7 @@
 #include <xcb/xinput.h>
 
 #include <cstdlib>
+#include <utility>
 
 namespace sonvo::x11 {
 
@@ -29,6 +30,16 @@ struct Livre {
 
 AtalhosX11::AtalhosX11(QObject* parent) : AtalhosGlobais(parent)
 {
+    // A repeat's press follows its release in the same burst from the server; 30 ms covers a
+    // burst split across two reads.
+    m_confirmarSoltura = new QTimer(this);
+    m_confirmarSoltura->setSingleShot(true);
+    m_confirmarSoltura->setInterval(30);
+    connect(m_confirmarSoltura, &QTimer::timeout, this, [this] {
+        for (xcb_keycode_t k : std::exchange(m_solturas, {}))
+            if (const int id = m_idDaTecla.take(k))
+                Q_EMIT solto(id);
+    });
     if (qEnvironmentVariableIsEmpty("DISPLAY"))
         return;
     int tela = 0;
@@ -254,20 +265,29 @@ void AtalhosX11::tratar(xcb_generic_event_t* e)
         return;
     }
     if (tipo == XCB_KEY_RELEASE) {
+        // The grab holds the keyboard until the letter is let go, so its release comes here even
+        // when Shift or Super went up first. It may still be a repeat's: decided a moment later.
         const auto* k = reinterpret_cast<xcb_key_release_event_t*>(e);
         m_abaixadas.remove(k->detail);
         m_soltaEm.insert(k->detail, k->time);
+        if (m_idDaTecla.contains(k->detail)) {
+            m_solturas.insert(k->detail);
+            m_confirmarSoltura->start();
+        }
         return;
     }
     if (tipo == XCB_KEY_PRESS) {
         const auto* k = reinterpret_cast<xcb_key_press_event_t*>(e);
         const bool repeticao = m_abaixadas.contains(k->detail) || m_soltaEm.value(k->detail, 0) == k->time;
         m_abaixadas.insert(k->detail);
-        if (repeticao)
+        if (repeticao) {
+            m_solturas.remove(k->detail);
             return;
+        }
         const uint16_t estado = k->state & 0xff & ~(XCB_MOD_MASK_LOCK | m_numLock);
         for (const auto& a : std::as_const(m_agarrados))
             if (a.tecla == k->detail && (a.modificadores & 0xff & ~(XCB_MOD_MASK_LOCK | m_numLock)) == estado) {
+                m_idDaTecla.insert(k->detail, a.id);
                 Q_EMIT pressionado(a.id);
                 return;
             }
@@ -284,7 +304,10 @@ void AtalhosX11::tratarBruto(xcb_generic_event_t* e)
     const auto* r = reinterpret_cast<xcb_input_raw_key_press_event_t*>(e);
     const auto tecla = static_cast<xcb_keycode_t>(r->detail);
     if (g->event_type == XCB_INPUT_RAW_KEY_RELEASE) {
+        // Raw events carry no repeats' releases: this one is the key going up.
         m_brutasAbaixadas.remove(tecla);
+        if (const auto id = m_idDaTecla.take(tecla))
+            Q_EMIT solto(id);
         return;
     }
     const bool jaAbaixada = m_brutasAbaixadas.contains(tecla) || (r->flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT);
@@ -300,8 +323,10 @@ void AtalhosX11::tratarBruto(xcb_generic_event_t* e)
     };
     const ModificadoresPressionados m{algumaDe(m_teclasShift), algumaDe(m_teclasControl), algumaDe(m_teclasAlt),
                                       algumaDe(m_teclasSuper)};
-    if (modificadoresDoAtalho(m))
+    if (modificadoresDoAtalho(m)) {
+        m_idDaTecla.insert(tecla, it.value());
         Q_EMIT pressionado(it.value());
+    }
 }
 
 } // namespace sonvo::x11

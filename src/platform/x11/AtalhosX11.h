@@ -10,6 +10,7 @@
 #include <xcb/xcb.h>
 
 class QSocketNotifier;
+class QTimer;
 
 namespace sonvo::x11 {
 
@@ -60,9 +61,13 @@ private:
     uint16_t m_numLock = XCB_MOD_MASK_2;
 
     QList<Agarrado> m_agarrados;
-    // A held key repeats as release+press pairs with one timestamp; only the first press counts.
+    // A held key repeats as release+press pairs with one timestamp; only the first press counts,
+    // and a release is one when no press of the same time follows it within a moment.
     QSet<xcb_keycode_t> m_abaixadas;
     QHash<xcb_keycode_t, xcb_timestamp_t> m_soltaEm;
+    QHash<xcb_keycode_t, int> m_idDaTecla; // the key of a combination pressed, until let go
+    QSet<xcb_keycode_t> m_solturas;        // releases waiting for that moment
+    QTimer* m_confirmarSoltura = nullptr;
 
     // The fallback monitor.
     uint8_t m_opcodeXi = 0;
