@@ -103,6 +103,10 @@ QString textoAjuda()
         "  sonvo alternar [--menu]               inicia ou termina um ditado no Sonvo aberto, como\n"
         "                                        Super+Shift+T (--menu: como Super+Shift+R); associe-o\n"
         "                                        a um atalho onde não há atalhos globais (Wayland)\n"
+        "  sonvo iniciar [--menu]                começa um ditado no Sonvo aberto (nada, se já grava);\n"
+        "                                        para associar ao apertar de uma tecla\n"
+        "  sonvo parar                           termina o ditado em andamento como ele começou; para\n"
+        "                                        associar ao soltar da mesma tecla\n"
         "  sonvo autoinicio [ligar|desligar]     abre (ou não) o Sonvo ao entrar na sessão\n"
         "  sonvo diagnostico                     como cada serviço funciona nesta sessão; sai com 1\n"
         "                                        quando um ditado não chegaria ao destino\n"
@@ -158,6 +162,8 @@ const Entrada kComandos[] = {
     {"auditar", comandoAuditar},
     {"sugestoes", comandoSugestoes},
     {"alternar", comandoAlternar},
+    {"iniciar", comandoIniciar},
+    {"parar", comandoParar},
     {"autoinicio", comandoAutoinicio},
 };
 

@@ -16,6 +16,8 @@ QCoro::Task<int> comandoIntencao(Contexto& ctx);
 QCoro::Task<int> comandoAuditar(Contexto& ctx);
 QCoro::Task<int> comandoSugestoes(Contexto& ctx);
 QCoro::Task<int> comandoAlternar(Contexto& ctx);
+QCoro::Task<int> comandoIniciar(Contexto& ctx);
+QCoro::Task<int> comandoParar(Contexto& ctx);
 QCoro::Task<int> comandoAutoinicio(Contexto& ctx);
 
 } // namespace sonvo::cli

@@ -19,6 +19,7 @@ enum class TipoChave { texto, booleano, real, lista, json };
 struct ChaveConhecida {
     const char* nome;
     TipoChave tipo;
+    QStringList valores = {}; // a text that must be one of these, when given
 };
 
 const ChaveConhecida kChaves[] = {
@@ -39,6 +40,7 @@ const ChaveConhecida kChaves[] = {
     {"anthropicBaseURL", TipoChave::texto},
     {"whisperCliPath", TipoChave::texto},
     {"whisperModelPath", TipoChave::texto},
+    {"modoAtalho", TipoChave::texto, {QStringLiteral("alternar"), QStringLiteral("segurar")}},
 };
 
 const ChaveConhecida* acharChave(const QString& nome)
@@ -158,7 +160,11 @@ QCoro::Task<int> comandoConfig(Contexto& ctx)
     const QString bruto = pos[1];
     QVariant valor;
     switch (chave->tipo) {
-    case TipoChave::texto: valor = bruto; break;
+    case TipoChave::texto:
+        if (!chave->valores.isEmpty() && !chave->valores.contains(bruto))
+            co_return erroDeUso(QStringLiteral("Valor inválido para %1: use %2").arg(nome, chave->valores.join(QStringLiteral(" ou "))));
+        valor = bruto;
+        break;
     case TipoChave::booleano:
         if (bruto == u"true" || bruto == u"1")
             valor = true;

@@ -9,15 +9,46 @@
 
 namespace sonvo::cli {
 
-QCoro::Task<int> comandoAlternar(Contexto& ctx)
+namespace {
+// `alternar` and `iniciar`: one flag, no arguments, one call to the running Sonvo.
+QCoro::Task<int> pedirComMenu(Contexto& ctx, QString nome, QCoro::Task<std::optional<QString>> (*chamada)(bool))
 {
     const bool menu = ctx.args.flag(QStringLiteral("--menu"));
     if (const auto o = ctx.args.opcaoDesconhecida())
         co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *o);
     if (!ctx.args.posicionais().isEmpty())
-        co_return erroDeUso(QStringLiteral("O comando alternar não recebe argumentos"));
-    if (const auto erro = co_await ClienteRemoto::alternar(menu)) {
+        co_return erroDeUso(QStringLiteral("O comando %1 não recebe argumentos").arg(nome));
+    if (const auto erro = co_await chamada(menu)) {
         escreverErro(*erro);
+        co_return falha;
+    }
+    co_return sucesso;
+}
+} // namespace
+
+QCoro::Task<int> comandoAlternar(Contexto& ctx)
+{
+    return pedirComMenu(ctx, QStringLiteral("alternar"), &ClienteRemoto::alternar);
+}
+
+QCoro::Task<int> comandoIniciar(Contexto& ctx)
+{
+    return pedirComMenu(ctx, QStringLiteral("iniciar"), &ClienteRemoto::iniciar);
+}
+
+QCoro::Task<int> comandoParar(Contexto& ctx)
+{
+    if (const auto o = ctx.args.opcaoDesconhecida())
+        co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *o);
+    if (!ctx.args.posicionais().isEmpty())
+        co_return erroDeUso(QStringLiteral("O comando parar não recebe argumentos"));
+    const auto r = co_await ClienteRemoto::parar();
+    if (!r) {
+        escreverErro(r.erro());
+        co_return falha;
+    }
+    if (!r.valor()) {
+        escreverErro(QStringLiteral("Nenhum ditado em andamento"));
         co_return falha;
     }
     co_return sucesso;

@@ -8,6 +8,8 @@
 #include "platform/Janelas.h"
 #include "shell/RecordingViewModel.h"
 
+#include <utility>
+
 namespace sonvo {
 
 namespace {
@@ -18,12 +20,60 @@ const QString kRotuloDireto = QStringLiteral("Super+Shift+T");
 RoteadorAtalhos::RoteadorAtalhos(Dependencias deps, QObject* parent) : QObject(parent), m_d(std::move(deps))
 {
     // Presses hop through the event loop: the handler never runs inside the platform's callback.
-    connect(&m_d.atalhos, &AtalhosGlobais::pressionado, this,
-            [this](int id) {
-                if (id == 1 || id == 2)
-                    handleHotKeyTrigger(id == 1);
-            },
-            Qt::QueuedConnection);
+    connect(&m_d.atalhos, &AtalhosGlobais::pressionado, this, &RoteadorAtalhos::aoPressionar, Qt::QueuedConnection);
+    connect(&m_d.atalhos, &AtalhosGlobais::solto, this, &RoteadorAtalhos::aoSoltar, Qt::QueuedConnection);
+    connect(&m_d.atalhos, &AtalhosGlobais::rotulosDefinidos, this, [this](const QHash<int, QString>& r) {
+        m_rotulosDoDesktop = r;
+        Log::tag("HotKey", QStringLiteral("atalhos do desktop: %@"), {recordMenuTitle()});
+        Q_EMIT recordMenuTitleChanged(recordMenuTitle());
+    });
+    connect(&m_d.atalhos, &AtalhosGlobais::indisponivel, this, [this](const QString& motivo) {
+        Log::simples(QStringLiteral("atalhos globais recusados pelo desktop: %@"), {motivo});
+        m_rotulos.clear();
+        m_rotulosDoDesktop.clear();
+        Q_EMIT recordMenuTitleChanged(recordMenuTitle());
+        Q_EMIT atalhosIndisponiveis();
+    });
+}
+
+bool RoteadorAtalhos::gravando() const
+{
+    return m_d.viewModel.speechManager().recordingState().caso == RecordingState::Caso::recording;
+}
+
+void RoteadorAtalhos::aoPressionar(int id)
+{
+    if (id != 1 && id != 2)
+        return;
+    m_pressao = Pressao{id, m_d.relogio(), !gravando()};
+    handleHotKeyTrigger(id == 1);
+}
+
+void RoteadorAtalhos::aoSoltar(int id)
+{
+    if (!m_pressao || m_pressao->id != id)
+        return;
+    const Pressao p = *std::exchange(m_pressao, std::nullopt);
+    if (m_d.config.texto(QStringLiteral("modoAtalho")) != u"segurar" || !p.iniciou || !gravando())
+        return;
+    // A tap leaves the dictation running, to be ended by the next press.
+    if (m_d.relogio() - p.inicio < kToqueMaximo)
+        return;
+    acionar(id == 1, false);
+}
+
+void RoteadorAtalhos::iniciar(bool actionMenu)
+{
+    if (!gravando())
+        acionar(actionMenu, false);
+}
+
+bool RoteadorAtalhos::parar()
+{
+    if (!gravando())
+        return false;
+    acionar(m_contexto.foiMenu, false);
+    return true;
 }
 
 const QList<AtalhoGlobal>& RoteadorAtalhos::hotKeySpecs()
@@ -78,6 +128,13 @@ QStringList RoteadorAtalhos::rotulosVisiveis() const
 
 QString RoteadorAtalhos::recordMenuTitle() const
 {
+    if (!m_rotulosDoDesktop.isEmpty()) {
+        QStringList r;
+        for (const AtalhoGlobal& a : hotKeySpecs())
+            if (m_rotulosDoDesktop.contains(a.id))
+                r << m_rotulosDoDesktop.value(a.id);
+        return QStringLiteral("Gravar  ") + r.join(QStringLiteral(" / "));
+    }
     return QStringLiteral("Gravar  ") + rotulosVisiveis().join(QStringLiteral(" / "));
 }
 
@@ -94,8 +151,13 @@ std::optional<QString> RoteadorAtalhos::readSelectedText()
 
 void RoteadorAtalhos::handleHotKeyTrigger(bool actionMenu)
 {
+    acionar(actionMenu, true);
+}
+
+void RoteadorAtalhos::acionar(bool actionMenu, bool debounce)
+{
     const auto agora = m_d.relogio();
-    if (m_ultimoAcionamento && agora - *m_ultimoAcionamento <= kDebounce)
+    if (debounce && m_ultimoAcionamento && agora - *m_ultimoAcionamento <= kDebounce)
         return;
     m_ultimoAcionamento = agora;
     m_contexto.foiMenu = actionMenu;

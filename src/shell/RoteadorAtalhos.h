@@ -3,6 +3,7 @@
 #include "platform/Atalhos.h"
 #include "shell/ContextoDitado.h"
 
+#include <QHash>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -39,6 +40,9 @@ public:
     // id 1: dictation for the action menu; id 2: plain dictation. Registered in this order.
     static const QList<AtalhoGlobal>& hotKeySpecs();
     static constexpr std::chrono::milliseconds kDebounce{200};
+    // Hold-to-talk ("modoAtalho" = "segurar"): a press held shorter than this is a tap, which
+    // toggles as in the default mode.
+    static constexpr std::chrono::milliseconds kToqueMaximo{300};
 
     // Grabs, then the passive monitor when no grab succeeded.
     void setupGlobalHotkey();
@@ -47,6 +51,10 @@ public:
     void liberarAtalhos();
     // The single entry of both hotkeys (and of `sonvo alternar`).
     void handleHotKeyTrigger(bool actionMenu);
+    // `sonvo iniciar [--menu]`: starts a dictation unless one is recording.
+    void iniciar(bool actionMenu);
+    // `sonvo parar`: ends the recording one, routed as it was started; false when none records.
+    bool parar();
     std::optional<QString> readSelectedText();
     // The menu entry: toggles without capturing any context.
     void startStopRecording();
@@ -60,13 +68,27 @@ public:
 
 Q_SIGNALS:
     void recordMenuTitleChanged(const QString& titulo);
+    // The desktop refused to bind the hotkeys: the user binds `sonvo alternar` instead.
+    void atalhosIndisponiveis();
 
 private:
+    struct Pressao {
+        int id = 0;
+        std::chrono::steady_clock::time_point inicio;
+        bool iniciou = false; // this press started the dictation
+    };
+    void aoPressionar(int id);
+    void aoSoltar(int id);
+    void acionar(bool actionMenu, bool debounce);
+    bool gravando() const;
+
     Dependencias m_d;
     ContextoDitado m_contexto;
     bool m_monitor = false;
     QStringList m_rotulos;
+    QHash<int, QString> m_rotulosDoDesktop; // id → the desktop's own description of the keys
     std::optional<std::chrono::steady_clock::time_point> m_ultimoAcionamento;
+    std::optional<Pressao> m_pressao;
 };
 
 } // namespace sonvo

@@ -211,12 +211,21 @@ int executarAplicativo(int argc, char** argv)
     });
 
     delegate.sugestoes().configurarNotificacoes();
+    // The desktop refused the hotkeys (or has no way to bind them after all): said once.
+    QObject::connect(&delegate.atalhos(), &RoteadorAtalhos::atalhosIndisponiveis, &app, [&plataforma] {
+        plataforma.notificacoes->adicionar(PedidoNotificacao{
+            QStringLiteral("sonvo.atalhos"), QStringLiteral("Atalhos globais indisponíveis"),
+            QStringLiteral("Associe um atalho do seu ambiente ao comando: sonvo alternar"), false, QString(), {}});
+    });
 
     // `sonvo alternar` and a second start reach this process over the session bus.
     std::unique_ptr<ControleRemoto> controle = criarControleRemoto();
     if (const auto erro = controle->publicar())
         Log::tag("Boot", QStringLiteral("controle remoto indisponível: %@"), {*erro});
     QObject::connect(controle.get(), &ControleRemoto::alternarPedido, &delegate.atalhos(), &RoteadorAtalhos::handleHotKeyTrigger);
+    QObject::connect(controle.get(), &ControleRemoto::iniciarPedido, &delegate.atalhos(), &RoteadorAtalhos::iniciar);
+    QObject::connect(controle.get(), &ControleRemoto::pararPedido, &delegate.atalhos(), &RoteadorAtalhos::parar);
+    controle->gravando = [&viewModel] { return viewModel.state().caso == RecordingState::Caso::recording; };
     QObject::connect(controle.get(), &ControleRemoto::outraInstanciaIniciada, &bandeja, [&bandeja] {
         bandeja.showMessage(QStringLiteral("O Sonvo já está aberto"),
                             QStringLiteral("Use Super+Shift+T para ditar, ou Super+Shift+R para o menu de ações."),

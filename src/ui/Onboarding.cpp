@@ -1,5 +1,7 @@
 #include "ui/Onboarding.h"
 
+#include "ui/ComoAssociarAtalhos.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -62,6 +64,8 @@ Onboarding::Onboarding(bool teclasDisponiveis, std::function<void()> abrirPrefer
                                       "comandos:<br><code>sonvo alternar</code> — ditado direto<br>"
                                       "<code>sonvo alternar --menu</code> — menu de ações"),
                        this));
+    if (!teclasDisponiveis)
+        v->addWidget(new ComoAssociarAtalhos(this));
     v->addSpacing(10);
     auto* botoes = new QHBoxLayout;
     botoes->addStretch();

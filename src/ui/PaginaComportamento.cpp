@@ -1,11 +1,15 @@
 #include "ui/PaginaComportamento.h"
 
+#include "ui/ComoAssociarAtalhos.h"
+
 #include "core/Configuracoes.h"
 #include "shell/OperationMode.h"
 #include "ui/CamposPreferencias.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
 #include <QRadioButton>
@@ -96,7 +100,25 @@ PaginaComportamento::PaginaComportamento(Configuracoes& config, QStringList rotu
     m_descricaoModo = ajuda(QString(), this);
     v->addWidget(m_modoAtual);
     v->addWidget(m_descricaoModo);
+
+    // Read at every press: a change takes effect at once.
+    auto* atalho = new QFormLayout;
+    m_modoAtalho = new QComboBox(this);
+    m_modoAtalho->setObjectName(QStringLiteral("modoAtalho"));
+    m_modoAtalho->addItem(QStringLiteral("Alternar"), QStringLiteral("alternar"));
+    m_modoAtalho->addItem(QStringLiteral("Segurar para falar"), QStringLiteral("segurar"));
+    connect(m_modoAtalho, &QComboBox::currentIndexChanged, this, [this](int i) {
+        if (m_carregando)
+            return;
+        m_config.definir(QStringLiteral("modoAtalho"), m_modoAtalho->itemData(i).toString());
+        m_config.sincronizar();
+    });
+    atalho->addRow(QStringLiteral("Modo do atalho:"), m_modoAtalho);
+    v->addLayout(atalho);
+    v->addWidget(ajuda(QStringLiteral("Onde o ambiente não deixa o Sonvo ter atalhos globais, associe estes comandos:"), this));
+    v->addWidget(new ComoAssociarAtalhos(this));
     v->addStretch();
+    recarregar();
 }
 
 void PaginaComportamento::recarregar()
@@ -111,6 +133,8 @@ void PaginaComportamento::recarregar()
         b->setChecked(true);
     m_modoAtual->setText(QStringLiteral("Modo atual: ") + nomeComValor(atual));
     m_descricaoModo->setText(OperationModes::descricao(atual, m_rotulosAtalhos));
+    if (m_modoAtalho)
+        m_modoAtalho->setCurrentIndex(m_config.texto(QStringLiteral("modoAtalho")) == u"segurar" ? 1 : 0);
     m_carregando = antes;
 }
 

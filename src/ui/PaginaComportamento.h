@@ -7,6 +7,7 @@
 class QAbstractButton;
 class QButtonGroup;
 class QCheckBox;
+class QComboBox;
 class QLabel;
 
 namespace sonvo {
@@ -28,6 +29,7 @@ public:
     QCheckBox* interruptor(const QString& chave) const;
     QLabel* modoAtual() const { return m_modoAtual; }
     QLabel* descricaoModo() const { return m_descricaoModo; }
+    QComboBox* modoAtalho() const { return m_modoAtalho; }
 
 private:
     Configuracoes& m_config;
@@ -36,6 +38,7 @@ private:
     QList<QCheckBox*> m_interruptores;
     QLabel* m_modoAtual = nullptr;
     QLabel* m_descricaoModo = nullptr;
+    QComboBox* m_modoAtalho = nullptr;
     bool m_carregando = false;
 };
 

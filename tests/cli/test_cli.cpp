@@ -59,7 +59,7 @@ TEST_F(Cli, AjudaEmPortuguesEErroDeUsoSai2ComUmaLinhaQueApontaAAjuda)
 {
     const QString ajuda = QString::fromUtf8(ok(a({"--help"})));
     EXPECT_TRUE(ajuda.startsWith("Sonvo: ditado em português do Brasil.\n"));
-    for (const char* comando : {"alternar", "autoinicio", "ditar", "transcrever", "corrigir", "vocabulario", "historico",
+    for (const char* comando : {"alternar", "iniciar", "parar", "diagnostico", "autoinicio", "ditar", "transcrever", "corrigir", "vocabulario", "historico",
                                 "transformar", "intencao", "auditar", "sugestoes", "chave", "config"})
         EXPECT_TRUE(ajuda.contains(QString("  sonvo ") + comando + " ")) << comando;
 
@@ -71,6 +71,7 @@ TEST_F(Cli, AjudaEmPortuguesEErroDeUsoSai2ComUmaLinhaQueApontaAAjuda)
         {a({"config", "toggleShowActionMenu", "talvez"}), "Valor inválido para toggleShowActionMenu: use true ou false"},
         {a({"config", "vocabPendingCorrections", "[1]"}), "Valor inválido para vocabPendingCorrections: use um objeto JSON"},
         {a({"config", "chaveInventada", "1"}), "Configuração desconhecida: chaveInventada"},
+        {a({"config", "modoAtalho", "Segurar"}), "Valor inválido para modoAtalho: use alternar ou segurar"},
         {a({"transcrever", "a.wav", "--app"}), "Falta o valor de --app"},
         {a({"corrigir", "--app", ""}), "O ID do aplicativo não pode ser vazio"},
         {a({"corrigir", "--xyz", "t"}), "Opção desconhecida: --xyz"},
@@ -86,6 +87,7 @@ TEST_F(Cli, AjudaEmPortuguesEErroDeUsoSai2ComUmaLinhaQueApontaAAjuda)
         {a({"transformar", "email", "--contexto"}), "Falta o valor de --contexto"},
         {a({"sugestoes", "aprovar"}), "Uso: sonvo sugestoes [aprovar ID | rejeitar ID]"},
         {a({"alternar", "agora"}), "O comando alternar não recebe argumentos"},
+        {a({"parar", "agora"}), "O comando parar não recebe argumentos"},
         {a({"autoinicio", "talvez"}), "Uso: sonvo autoinicio [ligar|desligar]"},
     };
     for (const Caso& c : casos) {
@@ -276,6 +278,20 @@ TEST_F(Cli, AlternarChegaAoSonvoAbertoPeloBarramentoEAutoinicioPelaEntradaDoUsua
     EXPECT_EQ(ok(a({"alternar", "--menu"})), "");
     QCoreApplication::processEvents();
     EXPECT_EQ(pedidos, QList<bool>{true});
+    // A key bound to press and release: `iniciar` on the press, `parar` on the release.
+    bool gravando = false;
+    sonvo.gravando = [&] { return gravando; };
+    int paradas = 0;
+    QObject::connect(&sonvo, &ControleRemoto::iniciarPedido, [&](bool menu) { pedidos << menu; });
+    QObject::connect(&sonvo, &ControleRemoto::pararPedido, [&] { ++paradas; });
+    const auto nada = rodar(a({"parar"}));
+    EXPECT_TRUE(nada.codigo == 1 && nada.erro == "Nenhum ditado em andamento\n") << nada.erro.constData();
+    EXPECT_EQ(ok(a({"iniciar"})), "");
+    gravando = true;
+    EXPECT_EQ(ok(a({"parar"})), "");
+    QCoreApplication::processEvents();
+    EXPECT_EQ(pedidos, (QList<bool>{true, false}));
+    EXPECT_EQ(paradas, 1);
     barramento.kill();
     barramento.waitForFinished(3000);
 

@@ -5,6 +5,7 @@
 #include "dictation/Insercao.h"
 #include "platform/AreaTransferencia.h"
 #include "platform/Atalhos.h"
+#include "platform/EntradaAudio.h"
 #include "platform/Janelas.h"
 #include "platform/Notificacoes.h"
 #include "shell/Paineis.h"
@@ -129,6 +130,16 @@ class SomContado : public SomEvento {
 public:
     int vezes = 0;
     void tocarConclusao() override { ++vezes; }
+};
+
+// A microphone that records silence when present, and says there is none otherwise.
+class MicrofoneMudo : public EntradaAudio {
+public:
+    bool presente = false;
+    Resultado<FormatoAudio, QString> formato() override { return presente ? Resultado<FormatoAudio, QString>(FormatoAudio{48000, 1}) : erro(); }
+    std::optional<QString> iniciar(Bloco) override { return presente ? std::nullopt : std::optional(erro()); }
+    void parar() override {}
+    static QString erro() { return QStringLiteral("nenhum dispositivo de entrada de áudio"); }
 };
 
 class AtalhosFalsos : public AtalhosGlobais {

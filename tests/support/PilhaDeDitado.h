@@ -15,13 +15,13 @@
 
 namespace sonvo::teste {
 
-// A real speech manager and its view model in a throw-away home: no microphone, the network
-// for loopback servers, insertions recorded. Fixtures derive from it next to ::testing::Test.
+// A real speech manager and its view model in a throw-away home: no microphone (a silent one when
+// `audio.presente`), the network for loopback servers, insertions recorded. Fixtures derive from it next to ::testing::Test.
 struct PilhaDeDitado {
     AmbienteTemporario amb;
     Configuracoes config{amb.arquivoConfig()};
     QNetworkAccessManager rede;
-    EntradaAudioNula audio;
+    MicrofoneMudo audio;
     InsercaoGravada insercao;
     SomNulo som;
     QString pasta = Caminhos::pastaDados();

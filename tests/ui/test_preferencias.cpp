@@ -6,6 +6,7 @@
 #include "support/Ambiente.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
+#include "ui/ComoAssociarAtalhos.h"
 #include "ui/Onboarding.h"
 #include "ui/Preferencias.h"
 #include "vocabulary/VocabularyAuditService.h"
@@ -154,6 +155,10 @@ TEST_F(Prefs, ChavesProvedorEnderecosAcoesModoESobre)
     c.interruptor(Interruptores::streaming)->click(); // one switch by hand: the mode becomes custom
     EXPECT_TRUE(doDisco(Interruptores::streaming).toBool());
     EXPECT_EQ(c.modoAtual()->text(), u"Modo atual: Personalizado (custom)"_s);
+    c.modoAtalho()->setCurrentIndex(1);
+    EXPECT_EQ(doDisco(u"modoAtalho"_s).toString(), u"segurar"_s);
+    c.findChild<ui::ComoAssociarAtalhos*>()->botaoCopiar()->click();
+    EXPECT_TRUE(QGuiApplication::clipboard()->text().contains(u"bindsym Mod4+Shift+t exec sonvo alternar\n"_s));
 
     janela->sobre()->escolhaIcone()->setCurrentIndex(1);
     EXPECT_EQ(doDisco(u"iconVariant"_s).toString() + QString::number(icones), u"light1"_s);

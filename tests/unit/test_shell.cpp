@@ -18,6 +18,7 @@
 #include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSignalSpy>
 #include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
@@ -145,6 +146,50 @@ TEST_F(Shell, SegundaPressaoEm200msEIgnoradaContandoDaUltimaAceita)
         teclas.handleHotKeyTrigger(true);
         EXPECT_EQ(teclas.contexto().foiMenu, aceita || dt > 250ms) << dt.count();
     }
+}
+
+TEST_F(Shell, SegurarParaFalarToqueCurtoEComandosDeApertarESoltar)
+{
+    using Caso = RecordingState::Caso;
+    audio.presente = true; // records silence
+    auto caso = [&] { return sm.recordingState().caso; };
+    auto pressionar = [&](int id, std::chrono::milliseconds segurar) {
+        Q_EMIT atalhos.pressionado(id);
+        girarPor(5);
+        agora += segurar;
+        Q_EMIT atalhos.solto(id);
+        girarPor(5);
+        agora += 1s; // past the debounce
+    };
+    auto terminou = [&] { return girarAte([&] { return caso() != Caso::recording && caso() != Caso::transcribing; }); };
+    pressionar(2, 2s);
+    EXPECT_EQ(caso(), Caso::recording) << "by default a release changes nothing";
+    pressionar(2, 0ms);
+    ASSERT_TRUE(terminou());
+
+    config.definir(u"modoAtalho"_s, u"segurar"_s); // read at every press
+    pressionar(2, 2s);
+    ASSERT_TRUE(terminou()) << "the release ends a held press";
+    pressionar(1, RoteadorAtalhos::kToqueMaximo - 1ms);
+    EXPECT_EQ(caso(), Caso::recording) << "a tap toggles, as by default";
+    pressionar(1, 2s); // it ends the dictation; its release has nothing more to end
+    ASSERT_TRUE(terminou());
+
+    EXPECT_FALSE(teclas.parar()) << "nothing records";
+    teclas.iniciar(true);
+    teclas.iniciar(false); // while recording: nothing
+    EXPECT_EQ(caso(), Caso::recording);
+    EXPECT_TRUE(teclas.parar());
+    EXPECT_TRUE(teclas.contexto().foiMenu && sm.pularInsercao) << "ended as it was started: for the menu";
+    ASSERT_TRUE(terminou());
+
+    // The desktop binds the keys and names them; a refusal brings the default labels back.
+    QSignalSpy recusa(&teclas, &RoteadorAtalhos::atalhosIndisponiveis);
+    Q_EMIT atalhos.rotulosDefinidos({{1, u"Press <Super>R"_s}, {2, u"Press <Super>T"_s}});
+    EXPECT_EQ(teclas.recordMenuTitle(), u"Gravar  Press <Super>R / Press <Super>T"_s);
+    Q_EMIT atalhos.indisponivel(u"o usuário recusou os atalhos"_s);
+    EXPECT_EQ(teclas.recordMenuTitle(), u"Gravar  Super+Shift+R / Super+Shift+T"_s);
+    EXPECT_EQ(recusa.size(), 1);
 }
 
 TEST_F(Shell, PressaoCapturaAplicativoESelecaoConformeOsInterruptores)

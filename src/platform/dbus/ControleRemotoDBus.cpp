@@ -13,7 +13,8 @@ namespace sonvo {
 namespace {
 const QString kCaminho = QStringLiteral("/");
 
-QCoro::Task<std::optional<QString>> chamar(const QString& metodo, QVariantList args)
+// The reply, or the user's message when the running Sonvo could not be reached.
+QCoro::Task<Resultado<QDBusMessage, QString>> chamarComResposta(const QString& metodo, QVariantList args)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
@@ -25,12 +26,20 @@ QCoro::Task<std::optional<QString>> chamar(const QString& metodo, QVariantList a
     msg.setAutoStartService(false);
     QDBusPendingReply<> r = co_await bus.asyncCall(msg, ControleRemotoDBus::kPrazoMs);
     if (!r.isError())
-        co_return std::nullopt;
+        co_return r.reply();
     // Without auto-start the bus answers NameHasNoOwner, which Qt has no enumerator for.
     if (r.error().type() == QDBusError::ServiceUnknown
         || r.error().name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
         co_return QStringLiteral("O Sonvo não está aberto. Inicie-o com o comando sonvo (ou pelo menu de aplicativos).");
     co_return QStringLiteral("O Sonvo aberto não respondeu: ") + r.error().message();
+}
+
+QCoro::Task<std::optional<QString>> chamar(QString metodo, QVariantList args)
+{
+    const auto r = co_await chamarComResposta(metodo, std::move(args));
+    if (r)
+        co_return std::nullopt;
+    co_return r.erro();
 }
 } // namespace
 
@@ -65,6 +74,19 @@ void ControleRemotoDBus::Alternar(bool menu)
     QTimer::singleShot(0, this, [this, menu] { Q_EMIT alternarPedido(menu); });
 }
 
+void ControleRemotoDBus::Iniciar(bool menu)
+{
+    QTimer::singleShot(0, this, [this, menu] { Q_EMIT iniciarPedido(menu); });
+}
+
+bool ControleRemotoDBus::Parar()
+{
+    if (!gravando || !gravando())
+        return false;
+    QTimer::singleShot(0, this, [this] { Q_EMIT pararPedido(); });
+    return true;
+}
+
 void ControleRemotoDBus::OutraInstancia()
 {
     QTimer::singleShot(0, this, [this] { Q_EMIT outraInstanciaIniciada(); });
@@ -73,6 +95,19 @@ void ControleRemotoDBus::OutraInstancia()
 QCoro::Task<std::optional<QString>> ClienteRemoto::alternar(bool menu)
 {
     return chamar(QStringLiteral("Alternar"), {menu});
+}
+
+QCoro::Task<std::optional<QString>> ClienteRemoto::iniciar(bool menu)
+{
+    return chamar(QStringLiteral("Iniciar"), {menu});
+}
+
+QCoro::Task<Resultado<bool, QString>> ClienteRemoto::parar()
+{
+    const auto r = co_await chamarComResposta(QStringLiteral("Parar"), {});
+    if (!r)
+        co_return r.erro();
+    co_return r.valor().arguments().value(0).toBool();
 }
 
 QCoro::Task<std::optional<QString>> ClienteRemoto::avisarOutraInstancia()

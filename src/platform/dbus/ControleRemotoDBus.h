@@ -18,6 +18,8 @@ public:
 
 public Q_SLOTS:
     Q_SCRIPTABLE void Alternar(bool menu);
+    Q_SCRIPTABLE void Iniciar(bool menu);
+    Q_SCRIPTABLE bool Parar();
     Q_SCRIPTABLE void OutraInstancia();
 
 private:
