@@ -5,6 +5,10 @@
 
 #include "vocabulary/VocabularyService.h"
 
+#include <QFile>
+
+#include <sndfile.h>
+
 using namespace sonvo;
 using namespace sonvo::teste;
 using namespace sonvo::teste::desktop;
@@ -63,6 +67,49 @@ TEST_F(Bandeja, SuperShiftTDitaColaComOVocabularioDoAlvoEDevolveOClipboard)
     // The owner that set the clipboard is gone: only the restore can answer now.
     dono.reset();
     usuario.conferir();
+}
+
+// Hold-to-talk with real key events: auto-repeat's release-and-press pairs while held are not
+// releases; the letter's release ends it even after Shift went up first; a tap toggles.
+TEST_F(Bandeja, SegurarParaFalarTerminaAoSoltarEUmToqueAlterna)
+{
+    config.definir("modoAtalho"_t, "segurar"_t);
+    ASSERT_TRUE(config.sincronizar());
+    servidor.definirPadrao(Resposta::json(200, R"({"text":"mais"})"));
+    auto alvo = abrirAlvo();
+    iniciarSonvo();
+    auto enviados = [&] { return servidor.requisicoes().size(); };
+    auto segundos = [&](qsizetype i) {
+        const auto partes = servidor.requisicoes()[i].partes();
+        SF_INFO info{};
+        if (!partes || !gravarArquivo(arquivo("enviado.wav"_t), partes->value(0).dados))
+            return 0.0;
+        SNDFILE* f = sf_open(QFile::encodeName(arquivo("enviado.wav"_t)).constData(), SFM_READ, &info);
+        sf_close(f);
+        return f ? double(info.frames) / info.samplerate : 0.0;
+    };
+    girarPor(1500); // the microphone probed (a moment after start), as a user's first dictation finds it
+    ASSERT_TRUE(xdotool({"keydown"_t, "super+shift+t"_t}));
+    girarPor(2000);
+    ASSERT_TRUE(xdotool({"keyup"_t, "t"_t, "shift"_t, "super"_t}));
+    conferirColado(kFrase);
+    EXPECT_NEAR(segundos(0), 2.0, 0.4);
+
+    tecla("super+shift+t"); // a tap: recording until the next press
+    girarPor(1500);
+    EXPECT_EQ(enviados(), 1);
+    tecla("super+shift+t");
+    ASSERT_TRUE(girarAte([&] { return enviados() == 2; }, 10000));
+    EXPECT_NEAR(segundos(1), 1.5, 0.4);
+
+    girarPor(500); // past the debounce
+    ASSERT_TRUE(xdotool({"keydown"_t, "super+shift+t"_t}));
+    girarPor(1000);
+    ASSERT_TRUE(xdotool({"keyup"_t, "shift"_t}));
+    girarPor(200);
+    ASSERT_TRUE(xdotool({"keyup"_t, "t"_t, "super"_t}));
+    ASSERT_TRUE(girarAte([&] { return enviados() == 3; }, 10000)) << logInteiro();
+    EXPECT_NEAR(segundos(2), 1.2, 0.4);
 }
 
 TEST_F(Bandeja, SegundaPressaoEm200msEIgnoradaESegundoInicioAvisaOPrimeiro)

@@ -1,9 +1,6 @@
 #!/usr/bin/python3
-"""A GTK 3 text widget of another client, the target of the Wayland tests' pastes.
-    alvo_gtk.py --saida ARQ [--app-id ID]
-Rewrites ARQ with the widget's whole text on every change. --app-id is the app_id the compositor
-sees (default "Sonvo-alvo-gtk"). A Wayland client unless GDK_BACKEND says otherwise (x11: through
-Xwayland). Prints "pronto" once the window is shown."""
+"""alvo_gtk.py --saida ARQ [--app-id ID]: a GTK 3 text widget, the target of the Wayland tests' pastes, that rewrites
+ARQ with its whole text on every change; ID is its app_id (default "Sonvo-alvo-gtk"). Prints "pronto" once shown."""
 import argparse
 import os
 

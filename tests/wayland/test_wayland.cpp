@@ -51,6 +51,7 @@ protected:
             if (qEnvironmentVariableIsSet(v))
                 amb.definir(QString::fromLatin1(v), qEnvironmentVariable(v));
         amb.definir("SONVO_OPENAI_BASE_URL"_t, servidor.url().toString());
+        servidor.definirPadrao(Resposta::json(200, R"({"text":")" + kFrase.toUtf8() + R"("})"));
         ASSERT_FALSE(KeychainService(amb.pastaDados()).salvarChave("openai_api_key"_t, "sk-wayland"_t));
         config.definir("hasOnboarded"_t, true);
         ASSERT_TRUE(config.sincronizar());
@@ -89,6 +90,11 @@ protected:
         girarPor(300);
         alternar(extra);
     }
+    void abrirAlvoQt(QProcess& alvo)
+    {
+        abrir(alvo, QStringLiteral(SONVO_ALVO_TEXTO), {"--classe"_t, "alvo-qt"_t, "--saida"_t, arquivo("alvo"_t)}, "alvo-qt"_t);
+    }
+    bool chegou() { return girarAte([&] { return lerArquivo(arquivo("alvo"_t)) == kFrase.toUtf8(); }, 20000); }
     // A native Wayland application writing what it receives to `saida`, focused once this returns.
     void abrir(QProcess& alvo, const QString& programa, const QStringList& args, const QString& appId)
     {
@@ -110,6 +116,37 @@ protected:
 
 class Colagem : public SonvoNoWayland {};
 
+// The desktop binds the hotkeys through the GlobalShortcuts portal (the fake one on this session's
+// bus), and the test presses them through it.
+class AtalhosDoDesktop : public SonvoNoWayland {
+protected:
+    void TearDown() override
+    {
+        SonvoNoWayland::TearDown();
+        portal.kill();
+        portal.waitForFinished();
+    }
+    void abrirPortal(const QStringList& extra = {})
+    {
+        portal.setProcessEnvironment(amb.ambiente());
+        portal.start("/usr/bin/python3"_t, QStringList{QStringLiteral(SONVO_FONTES "/tests/portal/portal_falso.py"),
+                                                       "--registro"_t, registro} + extra);
+        ASSERT_TRUE(portal.waitForStarted() && portal.waitForReadyRead(10000)) << portal.readAllStandardError().toStdString();
+    }
+    void desktop(const QString& metodo, const QStringList& textos)
+    {
+        QStringList args{"--session"_t, "--print-reply"_t, "--dest=org.freedesktop.portal.Desktop"_t,
+                         "/org/freedesktop/portal/desktop"_t, "br.com.sonvo.PortalFalso."_t + metodo};
+        for (const QString& t : textos)
+            args << "string:"_t + t;
+        ASSERT_EQ(rodar("dbus-send"_t, args).codigo, 0);
+    }
+    qsizetype vinculos() const { return QString::fromUtf8(lerArquivo(registro)).count("\"BindShortcuts\""_t); }
+
+    QProcess portal;
+    QString registro = arquivo("portal.jsonl"_t);
+};
+
 } // namespace
 
 TEST_F(Colagem, ChegaEmAppsNativosEDevolveOClipboardByteAByte)
@@ -130,7 +167,6 @@ TEST_F(Colagem, ChegaEmAppsNativosEDevolveOClipboardByteAByte)
         // foot pastes on Ctrl+Shift+V; Ctrl+V would arrive as the byte 0x16.
         {"foot", "foot"_t, "bash"_t, {QStringLiteral(SONVO_FONTES "/tests/wayland/wayland.sh"), "terminal"_t}, "image/png"_t, png},
     };
-    servidor.definirPadrao(Resposta::json(200, R"({"text":")" + kFrase.toUtf8() + R"("})"));
     iniciarSonvo();
     for (const Caso& c : casos) {
         SCOPED_TRACE(c.nome);
@@ -149,8 +185,6 @@ TEST_F(Colagem, ChegaEmAppsNativosEDevolveOClipboardByteAByte)
         EXPECT_EQ(focado(), c.appId);
         const auto depois = rodar("wl-paste"_t, {"--no-newline"_t, "--type"_t, c.tipo});
         EXPECT_EQ(depois.saida, c.dados);
-        alvo.terminate();
-        alvo.waitForFinished(3000);
     }
 }
 
@@ -158,16 +192,55 @@ TEST_F(Colagem, ChegaEmAppsNativosEDevolveOClipboardByteAByte)
 // application, which receives the text.
 TEST_F(Colagem, MenuDeAcoesDevolveOFocoAoAppEColaNele)
 {
-    servidor.definirPadrao(Resposta::json(200, R"({"text":")" + kFrase.toUtf8() + R"("})"));
     iniciarSonvo();
     QProcess alvo;
-    abrir(alvo, QStringLiteral(SONVO_ALVO_TEXTO), {"--classe"_t, "alvo-qt"_t, "--saida"_t, arquivo("alvo"_t)}, "alvo-qt"_t);
+    abrirAlvoQt(alvo);
     ditar({"--menu"_t});
     ASSERT_TRUE(girarAte([&] { return focado() == "Sonvo"_t; }, 20000)) << focado().toStdString() << logInteiro();
     girarPor(300);
     ASSERT_EQ(rodar("wtype"_t, {"-k"_t, "Escape"_t}).codigo, 0);
-    ASSERT_TRUE(girarAte([&] { return lerArquivo(arquivo("alvo"_t)) == kFrase.toUtf8(); }, 10000)) << logInteiro();
+    ASSERT_TRUE(chegou()) << logInteiro();
     EXPECT_EQ(focado(), "alvo-qt"_t);
+}
+
+TEST_F(AtalhosDoDesktop, SegurarDitaEnquantoODesktopMantemOAtalhoApertado)
+{
+    config.definir("modoAtalho"_t, "segurar"_t);
+    ASSERT_TRUE(config.sincronizar());
+    abrirPortal();
+    iniciarSonvo();
+    ASSERT_TRUE(girarAte([&] { return contar("atalhos do desktop: Gravar  Press Super+Shift+R / Press Super+Shift+T"_t) == 1; }))
+        << lerArquivo(registro).toStdString() << logInteiro();
+    const QByteArray pedido = lerArquivo(registro);
+    EXPECT_TRUE(pedido.contains(R"("ditado": {"description": "Ditar e colar", "preferred_trigger": "LOGO+SHIFT+t"})")) << pedido.toStdString();
+    EXPECT_TRUE(pedido.contains(R"("preferred_trigger": "LOGO+SHIFT+r")")) << pedido.toStdString();
+
+    QProcess alvo;
+    abrirAlvoQt(alvo);
+    desktop("Ativar"_t, {"ditado"_t});
+    ASSERT_TRUE(girarAte([&] { return contar("[HotKey] trigger Super+Shift+T"_t) == 1; })) << logInteiro();
+    ASSERT_EQ(rodar("paplay"_t, {"-d"_t, "vsink"_t, fala}, 20000).codigo, 0);
+    desktop("Desativar"_t, {"ditado"_t}); // let go: the dictation ends
+    ASSERT_TRUE(chegou()) << logInteiro();
+    // The user rebinds it in the desktop's settings; the tray's title follows (no tray host here:
+    // the log is where it shows).
+    desktop("Mudar"_t, {"ditado"_t, "Ctrl+Alt+D"_t});
+    EXPECT_TRUE(girarAte([&] { return contar("Press Super+Shift+R / Ctrl+Alt+D"_t) == 1; })) << logInteiro();
+}
+
+TEST_F(AtalhosDoDesktop, RecusaAvisaUmaVezESonvoAlternarContinua)
+{
+    abrirPortal({"--recusar-atalhos"_t});
+    iniciarSonvo();
+    ASSERT_TRUE(girarAte([&] { // closed, a notification goes to dunst's history
+        rodar("dunstctl"_t, {"close-all"_t});
+        return rodar("dunstctl"_t, {"history"_t}).saida.contains("Associe um atalho do seu ambiente ao comando: sonvo alternar");
+    })) << logInteiro();
+    QProcess alvo;
+    abrirAlvoQt(alvo);
+    ditar();
+    ASSERT_TRUE(chegou()) << logInteiro();
+    EXPECT_EQ(vinculos(), 1) << "asked once";
 }
 
 TEST_F(SonvoNoWayland, DiagnosticoDizComoCadaServicoFuncionaNoSway)

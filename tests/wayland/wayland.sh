@@ -72,13 +72,7 @@ up() {
   if command -v xprop >/dev/null; then esperar "o Xwayland" xprop -root || return 1; fi
 
   if command -v dunst >/dev/null; then
-    # dunst's context menu ("dunstctl context") asks this chooser, as it would ask dmenu: it answers
-    # the line that contains the text the test wrote to $XDG_RUNTIME_DIR/dunst-escolha.
-    printf '%s\n' '#!/bin/sh' 'escolha=$(cat "$XDG_RUNTIME_DIR/dunst-escolha" 2>/dev/null)' \
-      'grep -F -- "$escolha" | head -n 1' >"$D/escolher.sh"
-    chmod 755 "$D/escolher.sh"
-    printf '[global]\n mouse_left_click = do_action, close_current\n dmenu = %s\n' "$D/escolher.sh" >"$D/dunstrc"
-    fundo dunst -config "$D/dunstrc"
+    fundo dunst
     esperar "o dunst" dunstctl is-paused || return 1
   fi
   cat "$D/env"
@@ -123,8 +117,8 @@ for dados in iter(lambda: os.read(0, 4096), b""): os.write(saida, dados)' "$2" ;
     up "$D" >/dev/null || exit 1
     # A checkout under a private folder (mktemp -d makes them 0700): the session user may pass
     # through, to the repository and to the program, without reading anything else.
-    for p in "$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)" "$(dirname "$(command -v "$1")")"; do
-      while [[ $p != / ]]; do "${SESSAO[@]}" test -x "$p" || chmod o+x "$p"; p=$(dirname "$p"); done
+    for p in "$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)" "$(dirname "$(realpath -m "$(command -v "$1")")")"; do
+      while [[ $p == /?* ]]; do "${SESSAO[@]}" test -x "$p" || chmod o+x "$p"; p=$(dirname "$p"); done
     done
     "${SESSAO[@]}" test -x "$(command -v "$1")" || { falhar "o usuário $U não consegue executar $1"; exit 1; }
     # In the background so that a time-out's TERM still takes the session down.
