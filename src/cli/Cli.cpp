@@ -111,6 +111,8 @@ QString textoAjuda()
         "  sonvo diagnostico                     como cada serviço funciona nesta sessão; sai com 1\n"
         "                                        quando um ditado não chegaria ao destino\n"
         "  sonvo ditar [--app ID] [--menu]       grava o microfone até Enter ou Ctrl-C e imprime o texto\n"
+        "  sonvo microfones                      os microfones (* o escolhido); escolha com\n"
+        "                                        sonvo config microfone NOME\n"
         "  sonvo transcrever ARQUIVO [--app ID]  transcreve um arquivo WAV e imprime o texto corrigido\n"
         "  sonvo corrigir [--app ID] [TEXTO]     aplica o vocabulário ao TEXTO (ou à entrada padrão)\n"
         "  sonvo vocabulario listar [--app ID]\n"
@@ -163,6 +165,7 @@ const Entrada kComandos[] = {
     {"sugestoes", comandoSugestoes},
     {"alternar", comandoAlternar},
     {"iniciar", comandoIniciar},
+    {"microfones", comandoMicrofones},
     {"parar", comandoParar},
     {"autoinicio", comandoAutoinicio},
 };

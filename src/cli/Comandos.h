@@ -12,6 +12,7 @@ QCoro::Task<int> comandoVocabulario(Contexto& ctx);
 QCoro::Task<int> comandoHistorico(Contexto& ctx);
 QCoro::Task<int> comandoTransformar(Contexto& ctx);
 QCoro::Task<int> comandoDitar(Contexto& ctx);
+QCoro::Task<int> comandoMicrofones(Contexto& ctx);
 QCoro::Task<int> comandoIntencao(Contexto& ctx);
 QCoro::Task<int> comandoAuditar(Contexto& ctx);
 QCoro::Task<int> comandoSugestoes(Contexto& ctx);

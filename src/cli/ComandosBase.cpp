@@ -41,6 +41,7 @@ const ChaveConhecida kChaves[] = {
     {"whisperCliPath", TipoChave::texto},
     {"whisperModelPath", TipoChave::texto},
     {"modoAtalho", TipoChave::texto, {QStringLiteral("alternar"), QStringLiteral("segurar")}},
+    {"microfone", TipoChave::texto},
 };
 
 const ChaveConhecida* acharChave(const QString& nome)

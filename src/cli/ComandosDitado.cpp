@@ -15,6 +15,8 @@
 #include <QUuid>
 #include <QCoroSignal>
 
+#include <algorithm>
+
 #include <cstdio>
 #include <unistd.h>
 
@@ -104,6 +106,28 @@ QCoro::Task<int> comandoTranscrever(Contexto& ctx)
     Ditado ditado(ctx, semMicrofone, o.app);
     ditado.speech().transcreverArquivo(copia);
     co_return co_await ditado.aguardarFim();
+}
+
+QCoro::Task<int> comandoMicrofones(Contexto& ctx)
+{
+    if (const auto op = ctx.args.opcaoDesconhecida())
+        co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
+    if (!ctx.args.posicionais().isEmpty())
+        co_return erroDeUso(QStringLiteral("Uso: sonvo microfones (escolha um com: sonvo config microfone NOME)"));
+    const QList<DispositivoEntrada> lista = criarEntradaAudio()->dispositivos();
+    if (lista.isEmpty()) {
+        escreverErro(QStringLiteral("Nenhum microfone encontrado"));
+        co_return falha;
+    }
+    // The chosen one when it is there, else the default (first), as a dictation would record.
+    const QString escolhido = ctx.config.texto(QStringLiteral("microfone")).value_or(QString());
+    const bool presente = std::any_of(lista.begin(), lista.end(), [&](const DispositivoEntrada& d) { return d.nome == escolhido; });
+    QString saida;
+    for (const DispositivoEntrada& d : lista)
+        saida += ((presente ? d.nome == escolhido : &d == &lista.first()) ? QStringLiteral("* ") : QStringLiteral("  "))
+            + d.descricao + QStringLiteral(" (") + d.nome + QStringLiteral(")\n");
+    escreverSaida(saida);
+    co_return sucesso;
 }
 
 QCoro::Task<int> comandoDitar(Contexto& ctx)

@@ -1,6 +1,7 @@
 #include "dictation/SpeechManager.h"
 
 #include "core/Arquivos.h"
+#include "core/Configuracoes.h"
 #include "core/KeychainService.h"
 #include "core/Log.h"
 #include "core/TextoUnicode.h"
@@ -15,6 +16,8 @@
 #include <QFile>
 #include <QPointer>
 #include <QUuid>
+
+#include <algorithm>
 
 #include <sndfile.h>
 
@@ -73,8 +76,23 @@ void SpeechManager::alternar()
     }
 }
 
+void SpeechManager::escolherMicrofone()
+{
+    const QString nome = m_deps.config.texto(QStringLiteral("microfone")).value_or(QString());
+    if (nome.isEmpty()) {
+        m_deps.audio.escolher(QString());
+        return;
+    }
+    const QList<DispositivoEntrada> presentes = m_deps.audio.dispositivos();
+    const bool presente = std::any_of(presentes.begin(), presentes.end(), [&](const DispositivoEntrada& d) { return d.nome == nome; });
+    if (!presente)
+        Log::tag("Speech", QStringLiteral("microfone %@ ausente — usando o padrão do sistema"), {nome});
+    m_deps.audio.escolher(presente ? nome : QString());
+}
+
 void SpeechManager::startRecording()
 {
+    escolherMicrofone();
     const QString caminho = m_deps.pastaTemporaria + u'/' + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()
         + QStringLiteral(".wav");
     const auto formato = m_deps.audio.formato();

@@ -63,6 +63,8 @@ public:
     std::optional<QString> contextoBundleID;
 
     void startRecording();
+    // The microphone of "microfone" when it is there; the system's default otherwise.
+    void escolherMicrofone();
     void stopRecording();
     // The toggle every trigger uses: recording stops, transcribing ignores, anything else starts.
     void alternar();

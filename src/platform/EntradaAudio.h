@@ -2,6 +2,7 @@
 
 #include "core/Resultado.h"
 
+#include <QList>
 #include <QString>
 
 #include <functional>
@@ -14,7 +15,14 @@ struct FormatoAudio {
     int canais = 0; // the device's own channel count
 };
 
-// The default microphone, captured as the device delivers it: its own rate and channel count,
+// A microphone the sound server offers: its name (kept in the settings) and what the user reads.
+struct DispositivoEntrada {
+    QString nome;
+    QString descricao;
+    bool operator==(const DispositivoEntrada&) const = default;
+};
+
+// The chosen microphone (the default one unless told), captured as the device delivers it: its own rate and channel count,
 // 32-bit float, interleaved, 1024 frames per buffer. No conversion of any kind.
 class EntradaAudio {
 public:
@@ -31,6 +39,10 @@ public:
     // Does the slow, one-time part of opening the input (the device probe) now, so the first
     // recording starts at once instead of clipping the user's first syllable.
     virtual void preparar() {}
+    // The microphones, the default one first; empty when the server cannot tell.
+    virtual QList<DispositivoEntrada> dispositivos() { return {}; }
+    // The one the next capture uses, by name; empty: the system's default.
+    virtual void escolher(const QString& nome) { (void)nome; }
 };
 
 } // namespace sonvo

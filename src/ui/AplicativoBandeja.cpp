@@ -157,6 +157,8 @@ int executarAplicativo(int argc, char** argv)
     QMenu menu;
     QAction* gravar = menu.addAction(delegate.atalhos().recordMenuTitle(), &delegate.atalhos(), &RoteadorAtalhos::startStopRecording);
     QPointer<ui::Preferencias> janelaPreferencias;
+    // The preferences' level meter records apart from the dictations.
+    const std::unique_ptr<EntradaAudio> medidor = criarEntradaAudio();
     auto openPreferences = [&] {
         if (!janelaPreferencias) {
             janelaPreferencias = new ui::Preferencias(ui::Preferencias::Dependencias{
@@ -165,7 +167,8 @@ int executarAplicativo(int argc, char** argv)
                 aplicarIconeApp, delegate.atalhos().rotulosVisiveis(), [&plataforma, &config, &rede, pasta] {
                     return Diagnostico::coletar(Diagnostico::Dependencias{plataforma, config, rede, pasta,
                                                                            QSystemTrayIcon::isSystemTrayAvailable()});
-                }});
+                },
+                medidor.get()});
             janelaPreferencias->setAttribute(Qt::WA_DeleteOnClose);
             ui::centralizarNaTela(janelaPreferencias);
         } else {

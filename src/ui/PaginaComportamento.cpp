@@ -3,6 +3,8 @@
 #include "ui/ComoAssociarAtalhos.h"
 
 #include "core/Configuracoes.h"
+#include "dictation/NivelAudio.h"
+#include "platform/EntradaAudio.h"
 #include "shell/OperationMode.h"
 #include "ui/CamposPreferencias.h"
 
@@ -12,7 +14,9 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
+#include <QProgressBar>
 #include <QRadioButton>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace sonvo::ui {
@@ -53,8 +57,9 @@ QString nomeComValor(OperationMode m)
 }
 } // namespace
 
-PaginaComportamento::PaginaComportamento(Configuracoes& config, QStringList rotulosAtalhos, QWidget* parent)
-    : QWidget(parent), m_config(config), m_rotulosAtalhos(std::move(rotulosAtalhos))
+PaginaComportamento::PaginaComportamento(Configuracoes& config, QStringList rotulosAtalhos, EntradaAudio* microfone,
+                                         QWidget* parent)
+    : QWidget(parent), m_config(config), m_rotulosAtalhos(std::move(rotulosAtalhos)), m_microfone(microfone)
 {
     using CamposPreferencias::ajuda;
     auto* v = new QVBoxLayout(this);
@@ -114,6 +119,29 @@ PaginaComportamento::PaginaComportamento(Configuracoes& config, QStringList rotu
         m_config.sincronizar();
     });
     atalho->addRow(QStringLiteral("Modo do atalho:"), m_modoAtalho);
+    // The microphones by name; a live meter shows the chosen one while the page is open.
+    m_microfones = new QComboBox(this);
+    m_microfones->setObjectName(QStringLiteral("microfone"));
+    m_microfones->addItem(QStringLiteral("Padrão do sistema"), QString());
+    for (const DispositivoEntrada& d : m_microfone ? m_microfone->dispositivos() : QList<DispositivoEntrada>{})
+        m_microfones->addItem(d.descricao, d.nome);
+    connect(m_microfones, &QComboBox::currentIndexChanged, this, [this](int i) {
+        if (m_carregando)
+            return;
+        m_config.definir(QStringLiteral("microfone"), m_microfones->itemData(i).toString());
+        m_config.sincronizar();
+        if (isVisible())
+            medir();
+    });
+    m_nivel = new QProgressBar(this);
+    m_nivel->setObjectName(QStringLiteral("nivelMicrofone"));
+    m_nivel->setRange(0, 100);
+    m_nivel->setTextVisible(false);
+    atalho->addRow(QStringLiteral("Microfone:"), m_microfones);
+    atalho->addRow(QString(), m_nivel);
+    m_leitura = new QTimer(this);
+    m_leitura->setInterval(50);
+    connect(m_leitura, &QTimer::timeout, this, [this] { m_nivel->setValue(int(m_ultimoNivel->load() * 100)); });
     v->addLayout(atalho);
     v->addWidget(ajuda(QStringLiteral("Onde o ambiente não deixa o Sonvo ter atalhos globais, associe estes comandos:"), this));
     v->addWidget(new ComoAssociarAtalhos(this));
@@ -135,7 +163,47 @@ void PaginaComportamento::recarregar()
     m_descricaoModo->setText(OperationModes::descricao(atual, m_rotulosAtalhos));
     if (m_modoAtalho)
         m_modoAtalho->setCurrentIndex(m_config.texto(QStringLiteral("modoAtalho")) == u"segurar" ? 1 : 0);
+    if (m_microfones)
+        m_microfones->setCurrentIndex(std::max(0, m_microfones->findData(m_config.texto(QStringLiteral("microfone")).value_or(QString()))));
     m_carregando = antes;
+}
+
+PaginaComportamento::~PaginaComportamento()
+{
+    if (m_microfone)
+        m_microfone->parar();
+}
+
+void PaginaComportamento::medir()
+{
+    if (!m_microfone)
+        return;
+    m_microfone->parar();
+    m_microfone->escolher(m_microfones->currentData().toString());
+    const auto formato = m_microfone->formato();
+    if (!formato)
+        return;
+    // On the audio thread: only the latest level crosses to the page.
+    const int canais = formato.valor().canais;
+    m_microfone->iniciar([nivel = m_ultimoNivel, canais](const float* b, unsigned long quadros) {
+        nivel->store(nivelDoBuffer(b, quadros, canais));
+    });
+    m_leitura->start();
+}
+
+void PaginaComportamento::showEvent(QShowEvent* e)
+{
+    QWidget::showEvent(e);
+    medir();
+}
+
+void PaginaComportamento::hideEvent(QHideEvent* e)
+{
+    QWidget::hideEvent(e);
+    if (m_microfone)
+        m_microfone->parar();
+    m_leitura->stop();
+    m_nivel->setValue(0);
 }
 
 QList<QAbstractButton*> PaginaComportamento::botoesModo() const

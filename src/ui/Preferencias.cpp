@@ -33,7 +33,7 @@ Preferencias::Preferencias(Dependencias d, QWidget* parent) : QWidget(parent, Qt
     m_chaves = new PaginaChaves(d.config, d.pastaDados, m_paginas);
     m_acoes = new PaginaAcoes(d.config, m_paginas);
     m_vocabulario = new PaginaVocabulario(d.vocabulario, d.auditoria, d.config, d.abrirArquivo, m_paginas);
-    m_comportamento = new PaginaComportamento(d.config, d.rotulosAtalhos, m_paginas);
+    m_comportamento = new PaginaComportamento(d.config, d.rotulosAtalhos, d.microfone, m_paginas);
     m_sobre = new PaginaSobre(d.config, d.pastaDados, d.arquivoLog, d.abrirArquivo, d.aplicarIcone, d.diagnosticar, m_paginas);
     // In the order of secoes().
     for (QWidget* p : std::initializer_list<QWidget*>{m_chaves, m_acoes, m_vocabulario, m_comportamento, m_sobre})

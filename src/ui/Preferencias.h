@@ -42,6 +42,8 @@ public:
         QStringList rotulosAtalhos;
         // How each service works in this session (the lines of `sonvo diagnostico`).
         std::function<QCoro::Task<QList<FormaServico>>()> diagnosticar;
+        // An input of the preferences' own, for the microphone's level meter.
+        EntradaAudio* microfone = nullptr;
     };
     explicit Preferencias(Dependencias deps, QWidget* parent = nullptr);
 

@@ -112,6 +112,34 @@ TEST_F(Bandeja, SegurarParaFalarTerminaAoSoltarEUmToqueAlterna)
     EXPECT_NEAR(segundos(2), 1.2, 0.4);
 }
 
+// The microphone chosen by name records; one that is gone gives way to the system's default.
+TEST_F(Bandeja, MicrofoneEscolhidoGravaEOAusenteCaiNoPadrao)
+{
+    EXPECT_EQ(rodarSonvo(amb, {"microfones"_t}).saida, "* VirtualMic (vmic)\n  SegundoMic (vmic2)\n");
+    ASSERT_EQ(rodarSonvo(amb, {"config"_t, "microfone"_t, "vmic2"_t}).codigo, 0);
+    EXPECT_EQ(rodarSonvo(amb, {"microfones"_t}).saida, "  VirtualMic (vmic)\n* SegundoMic (vmic2)\n");
+    auto alvo = abrirAlvo();
+    iniciarSonvo();
+    girarPor(1500); // the microphone probed
+    auto falado = [&](qsizetype i) {
+        const auto partes = servidor.requisicoes()[i].partes();
+        return partes && gravarArquivo(arquivo("recebido.wav"_t), partes->value(0).dados)
+            ? trechoFalado(arquivo("recebido.wav"_t)).segundos : -1.0;
+    };
+    ditar("super+shift+t"); // the phrase goes to vsink: vmic2 hears nothing of it
+    ASSERT_TRUE(girarAte([&] { return servidor.requisicoes().size() == 1; }, 20000)) << logInteiro();
+    EXPECT_EQ(falado(0), 0.0);
+
+    servidor.enfileirar(Resposta::json(200, R"({"text":"ok"})"));
+    config.definir("microfone"_t, "mic-desligado"_t);
+    ASSERT_TRUE(config.sincronizar());
+    girarPor(500);
+    ditar("super+shift+t");
+    ASSERT_TRUE(girarAte([&] { return servidor.requisicoes().size() == 2; }, 20000)) << logInteiro();
+    EXPECT_GT(falado(1), 2.0) << "the default microphone heard the phrase";
+    EXPECT_EQ(contar("microfone mic-desligado ausente — usando o padrão do sistema"_t), 1);
+}
+
 TEST_F(Bandeja, SegundaPressaoEm200msEIgnoradaESegundoInicioAvisaOPrimeiro)
 {
     auto alvo = abrirAlvo();

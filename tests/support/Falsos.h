@@ -13,6 +13,7 @@
 #include <QHash>
 
 #include <functional>
+#include <vector>
 #include <QStringList>
 
 namespace sonvo::teste {
@@ -132,13 +133,25 @@ public:
     void tocarConclusao() override { ++vezes; }
 };
 
-// A microphone that records silence when present, and says there is none otherwise.
+// A microphone that records silence (or one buffer at `amplitude`) when present, and says there
+// is none otherwise.
 class MicrofoneMudo : public EntradaAudio {
 public:
     bool presente = false;
+    float amplitude = 0;
+    QList<DispositivoEntrada> lista;
+    QString escolhido;
     Resultado<FormatoAudio, QString> formato() override { return presente ? Resultado<FormatoAudio, QString>(FormatoAudio{48000, 1}) : erro(); }
-    std::optional<QString> iniciar(Bloco) override { return presente ? std::nullopt : std::optional(erro()); }
+    std::optional<QString> iniciar(Bloco bloco) override
+    {
+        const std::vector<float> buffer(1024, amplitude);
+        if (presente && amplitude > 0)
+            bloco(buffer.data(), buffer.size());
+        return presente ? std::nullopt : std::optional(erro());
+    }
     void parar() override {}
+    QList<DispositivoEntrada> dispositivos() override { return lista; }
+    void escolher(const QString& nome) override { escolhido = nome; }
     static QString erro() { return QStringLiteral("nenhum dispositivo de entrada de áudio"); }
 };
 

@@ -4,6 +4,7 @@
 #include "core/KeychainService.h"
 #include "dictation/TranscriptionHistory.h"
 #include "support/Ambiente.h"
+#include "support/Falsos.h"
 #include "support/ServidorTeste.h"
 #include "support/Utilitarios.h"
 #include "ui/ComoAssociarAtalhos.h"
@@ -41,6 +42,7 @@ QStringList textosDe(QWidget* pagina)
 }
 
 struct Prefs : ::testing::Test {
+    teste::MicrofoneMudo microfone;
     AmbienteTemporario amb;
     ServidorTeste servidor;
     Configuracoes config{amb.arquivoConfig()};
@@ -55,6 +57,7 @@ struct Prefs : ::testing::Test {
 
     Prefs()
     {
+        microfone.lista = {{u"vmic"_s, u"VirtualMic"_s}, {u"usb"_s, u"Microfone USB"_s}};
         config.registrarPadroes(Configuracoes::padroesDoApp());
         amb.definir(u"SONVO_OPENAI_BASE_URL"_s, servidor.url().toString());
         criar();
@@ -66,7 +69,7 @@ struct Prefs : ::testing::Test {
             [this] { ++icones; }, {u"Super+Shift+R"_s, u"Super+Shift+T"_s}, []() -> QCoro::Task<QList<FormaServico>> {
                 co_return QList<FormaServico>{{u"Colar"_s, u"teclado virtual do Wayland"_s, true},
                                               {u"Microfone"_s, u"nenhum dispositivo de entrada de áudio"_s, false}};
-            }});
+            }, &microfone});
     }
     // What a later process reads: the settings file on disk.
     QVariant doDisco(const QString& chave) const { return Configuracoes(amb.arquivoConfig()).valor(chave); }
@@ -157,6 +160,16 @@ TEST_F(Prefs, ChavesProvedorEnderecosAcoesModoESobre)
     EXPECT_EQ(c.modoAtual()->text(), u"Modo atual: Personalizado (custom)"_s);
     c.modoAtalho()->setCurrentIndex(1);
     EXPECT_EQ(doDisco(u"modoAtalho"_s).toString(), u"segurar"_s);
+    // The microphones by name, the system's default first; the meter moves while the page shows.
+    EXPECT_EQ(c.microfones()->count(), 3);
+    c.microfones()->setCurrentIndex(2);
+    EXPECT_EQ(doDisco(u"microfone"_s).toString(), u"usb"_s);
+    microfone.presente = true;
+    microfone.amplitude = 0.5f;
+    janela->show();
+    janela->mostrarSecao(u"comportamento"_s);
+    EXPECT_TRUE(girarAte([&] { return c.nivel()->value() > 0; })) << "meter never moved";
+    EXPECT_EQ(microfone.escolhido, u"usb"_s);
     c.findChild<ui::ComoAssociarAtalhos*>()->botaoCopiar()->click();
     EXPECT_TRUE(QGuiApplication::clipboard()->text().contains(u"bindsym Mod4+Shift+t exec sonvo alternar\n"_s));
 

@@ -89,7 +89,7 @@ Resultado<FormatoAudio, QString> EntradaAudioPortAudio::formato()
     if (!info || info->maxInputChannels < 1)
         return QStringLiteral("nenhum dispositivo de entrada de áudio");
     if (ehDispositivoDoServidor(info)) {
-        if (const auto f = formatoDaFontePadraoPulse())
+        if (const auto f = formatoDaFontePulse(m_escolhido))
             return *f;
     }
     // A real device reports its own channels; a generic one is taken as stereo at most.
@@ -108,6 +108,11 @@ int aoCapturar(const void* entrada, void*, unsigned long quadros, const PaStream
 }
 } // namespace
 
+QList<DispositivoEntrada> EntradaAudioPortAudio::dispositivos()
+{
+    return fontesPulse().value_or(QList<DispositivoEntrada>{});
+}
+
 std::optional<QString> EntradaAudioPortAudio::iniciar(Bloco bloco)
 {
     parar();
@@ -123,6 +128,12 @@ std::optional<QString> EntradaAudioPortAudio::iniciar(Bloco bloco)
     params.suggestedLatency = info ? info->defaultLowInputLatency : 0.05;
     m_bloco = std::move(bloco);
     m_canais = f.valor().canais;
+    // ALSA's pulse plugin records from the client's default source, which libpulse reads from
+    // PULSE_SOURCE when the stream's connection is made.
+    if (m_escolhido.isEmpty())
+        qunsetenv("PULSE_SOURCE");
+    else
+        qputenv("PULSE_SOURCE", m_escolhido.toUtf8());
     SilencioStderr silencio;
     PaError e = Pa_OpenStream(&m_stream, &params, nullptr, f.valor().taxa, kQuadrosPorBloco, paNoFlag,
                               aoCapturar, &m_bloco);

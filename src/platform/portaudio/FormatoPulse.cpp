@@ -7,11 +7,18 @@
 namespace sonvo {
 
 namespace {
+// One question to the sound server: its default source, then every source.
 struct Consulta {
     pa_mainloop* laco = nullptr;
     pa_context* contexto = nullptr;
     QByteArray fontePadrao;
-    std::optional<FormatoAudio> formato;
+    struct Fonte {
+        DispositivoEntrada dispositivo;
+        FormatoAudio formato;
+        bool monitor = false;
+    };
+    QList<Fonte> fontes;
+    bool respondeu = false;
     bool terminou = false;
 };
 
@@ -19,21 +26,21 @@ void aoReceberFonte(pa_context*, const pa_source_info* info, int fim, void* dado
 {
     auto* c = static_cast<Consulta*>(dados);
     if (fim || !info) {
+        c->respondeu = fim > 0;
         c->terminou = true;
         return;
     }
-    c->formato = FormatoAudio{static_cast<int>(info->sample_spec.rate), static_cast<int>(info->sample_spec.channels)};
+    c->fontes << Consulta::Fonte{{QString::fromUtf8(info->name), QString::fromUtf8(info->description)},
+                                 {static_cast<int>(info->sample_spec.rate), static_cast<int>(info->sample_spec.channels)},
+                                 info->monitor_of_sink != PA_INVALID_INDEX};
 }
 
 void aoReceberServidor(pa_context* ctx, const pa_server_info* info, void* dados)
 {
     auto* c = static_cast<Consulta*>(dados);
-    if (!info || !info->default_source_name) {
-        c->terminou = true;
-        return;
-    }
-    c->fontePadrao = info->default_source_name;
-    pa_operation* op = pa_context_get_source_info_by_name(ctx, c->fontePadrao.constData(), aoReceberFonte, c);
+    if (info && info->default_source_name)
+        c->fontePadrao = info->default_source_name;
+    pa_operation* op = pa_context_get_source_info_list(ctx, aoReceberFonte, c);
     if (op)
         pa_operation_unref(op);
     else
@@ -57,9 +64,7 @@ void aoMudarEstado(pa_context* ctx, void* dados)
     default: break;
     }
 }
-} // namespace
-
-std::optional<FormatoAudio> formatoDaFontePadraoPulse()
+std::optional<Consulta> consultar()
 {
     Consulta c;
     c.laco = pa_mainloop_new();
@@ -83,9 +88,37 @@ std::optional<FormatoAudio> formatoDaFontePadraoPulse()
     if (c.contexto)
         pa_context_unref(c.contexto);
     pa_mainloop_free(c.laco);
-    if (c.formato && (c.formato->taxa <= 0 || c.formato->canais <= 0))
+    c.laco = nullptr;
+    c.contexto = nullptr;
+    if (!c.respondeu)
         return std::nullopt;
-    return c.formato;
+    return c;
+}
+
+} // namespace
+
+std::optional<FormatoAudio> formatoDaFontePulse(const QString& nome)
+{
+    const auto c = consultar();
+    if (!c)
+        return std::nullopt;
+    const QString procurada = nome.isEmpty() ? QString::fromUtf8(c->fontePadrao) : nome;
+    for (const auto& f : c->fontes)
+        if (f.dispositivo.nome == procurada && f.formato.taxa > 0 && f.formato.canais > 0)
+            return f.formato;
+    return std::nullopt;
+}
+
+std::optional<QList<DispositivoEntrada>> fontesPulse()
+{
+    const auto c = consultar();
+    if (!c)
+        return std::nullopt;
+    QList<DispositivoEntrada> r;
+    for (const auto& f : c->fontes)
+        if (!f.monitor)
+            r.insert(f.dispositivo.nome == QString::fromUtf8(c->fontePadrao) ? 0 : r.size(), f.dispositivo);
+    return r;
 }
 
 } // namespace sonvo
