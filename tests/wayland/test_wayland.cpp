@@ -195,7 +195,11 @@ TEST_F(Colagem, MenuDeAcoesDevolveOFocoAoAppEColaNele)
     iniciarSonvo();
     QProcess alvo;
     abrirAlvoQt(alvo);
-    ditar({"--menu"_t});
+    // As sway's bindsym and bindsym --release would: a press starts it for the menu, the release ends it.
+    ASSERT_EQ(rodarSonvo(amb, {"iniciar"_t, "--menu"_t}).codigo, 0);
+    ASSERT_TRUE(girarAte([&] { return contar("[HotKey] trigger Super+Shift+R"_t) == 1; })) << logInteiro();
+    ASSERT_EQ(rodar("paplay"_t, {"-d"_t, "vsink"_t, fala}, 20000).codigo, 0);
+    ASSERT_EQ(rodarSonvo(amb, {"parar"_t}).codigo, 0);
     ASSERT_TRUE(girarAte([&] { return focado() == "Sonvo"_t; }, 20000)) << focado().toStdString() << logInteiro();
     girarPor(300);
     ASSERT_EQ(rodar("wtype"_t, {"-k"_t, "Escape"_t}).codigo, 0);
@@ -203,10 +207,8 @@ TEST_F(Colagem, MenuDeAcoesDevolveOFocoAoAppEColaNele)
     EXPECT_EQ(focado(), "alvo-qt"_t);
 }
 
-TEST_F(AtalhosDoDesktop, SegurarDitaEnquantoODesktopMantemOAtalhoApertado)
+TEST_F(AtalhosDoDesktop, AtivadoAlternaESegurandoTerminaAoDesativar)
 {
-    config.definir("modoAtalho"_t, "segurar"_t);
-    ASSERT_TRUE(config.sincronizar());
     abrirPortal();
     iniciarSonvo();
     ASSERT_TRUE(girarAte([&] { return contar("atalhos do desktop: Gravar  Press Super+Shift+R / Press Super+Shift+T"_t) == 1; }))
@@ -217,11 +219,23 @@ TEST_F(AtalhosDoDesktop, SegurarDitaEnquantoODesktopMantemOAtalhoApertado)
 
     QProcess alvo;
     abrirAlvoQt(alvo);
-    desktop("Ativar"_t, {"ditado"_t});
-    ASSERT_TRUE(girarAte([&] { return contar("[HotKey] trigger Super+Shift+T"_t) == 1; })) << logInteiro();
-    ASSERT_EQ(rodar("paplay"_t, {"-d"_t, "vsink"_t, fala}, 20000).codigo, 0);
-    desktop("Desativar"_t, {"ditado"_t}); // let go: the dictation ends
+    auto ditarSegurando = [&](bool segurar, int pressoes) {
+        desktop("Ativar"_t, {"ditado"_t});
+        if (!segurar)
+            desktop("Desativar"_t, {"ditado"_t});
+        ASSERT_TRUE(girarAte([&] { return contar("[HotKey] trigger Super+Shift+T"_t) == pressoes; })) << logInteiro();
+        ASSERT_EQ(rodar("paplay"_t, {"-d"_t, "vsink"_t, fala}, 20000).codigo, 0);
+        if (!segurar)
+            desktop("Ativar"_t, {"ditado"_t});
+        desktop("Desativar"_t, {"ditado"_t});
+    };
+    ditarSegurando(false, 1); // by default one press starts, the next ends
     ASSERT_TRUE(chegou()) << logInteiro();
+    config.definir("modoAtalho"_t, "segurar"_t); // read at the next press
+    ASSERT_TRUE(config.sincronizar());
+    girarPor(300); // past the debounce
+    ditarSegurando(true, 3); // let go: the dictation ends
+    ASSERT_TRUE(girarAte([&] { return lerArquivo(arquivo("alvo"_t)) == (kFrase + kFrase).toUtf8(); }, 20000)) << logInteiro();
     // The user rebinds it in the desktop's settings; the tray's title follows (no tray host here:
     // the log is where it shows).
     desktop("Mudar"_t, {"ditado"_t, "Ctrl+Alt+D"_t});
@@ -241,6 +255,8 @@ TEST_F(AtalhosDoDesktop, RecusaAvisaUmaVezESonvoAlternarContinua)
     ditar();
     ASSERT_TRUE(chegou()) << logInteiro();
     EXPECT_EQ(vinculos(), 1) << "asked once";
+    EXPECT_TRUE(rodarSonvo(amb, {"diagnostico"_t}).saida.contains(
+        "Atalhos: portal GlobalShortcuts recusado — associe um atalho do ambiente a: sonvo alternar\n"));
 }
 
 TEST_F(SonvoNoWayland, DiagnosticoDizComoCadaServicoFuncionaNoSway)

@@ -1,11 +1,13 @@
 #include "platform/dbus/AtalhosPortal.h"
 
+#include "core/Arquivos.h"
 #include "core/Log.h"
 #include "platform/dbus/PedidoPortal.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QFile>
 #include <QTimer>
 
 namespace sonvo {
@@ -55,9 +57,13 @@ Q_DECLARE_METATYPE(sonvo::AtalhoDoPortal)
 
 namespace sonvo {
 
-AtalhosPortal::AtalhosPortal(QDBusConnection bus) : AtalhosPortal(std::move(bus), Prazos{}) {}
+AtalhosPortal::AtalhosPortal(QDBusConnection bus, QString arquivoRecusa)
+    : AtalhosPortal(std::move(bus), std::move(arquivoRecusa), Prazos{})
+{
+}
 
-AtalhosPortal::AtalhosPortal(QDBusConnection bus, Prazos prazos) : m_bus(std::move(bus)), m_prazos(prazos)
+AtalhosPortal::AtalhosPortal(QDBusConnection bus, QString arquivoRecusa, Prazos prazos)
+    : m_bus(std::move(bus)), m_arquivoRecusa(std::move(arquivoRecusa)), m_prazos(prazos)
 {
     qDBusRegisterMetaType<AtalhoDoPortal>();
     qDBusRegisterMetaType<QList<AtalhoDoPortal>>();
@@ -104,7 +110,7 @@ QCoro::Task<> AtalhosPortal::vincular()
     Portal::Pedido pedido{kInterface, QStringLiteral("CreateSession"), {}, criar, m_prazos.chamada, m_prazos.chamada};
     const auto sessao = co_await Portal::pedir(m_bus, pedido, QStringLiteral("sonvo_atalhos%1").arg(++m_pedidos), &codigo);
     if (!sessao) {
-        Q_EMIT indisponivel(QStringLiteral("sessão do portal GlobalShortcuts não criada (código %1)").arg(codigo));
+        falhar(QStringLiteral("sessão do portal GlobalShortcuts não criada (código %1)").arg(codigo));
         co_return;
     }
     m_sessao = sessao->value(QStringLiteral("session_handle")).toString();
@@ -121,11 +127,18 @@ QCoro::Task<> AtalhosPortal::vincular()
     const auto vinculados = co_await Portal::pedir(m_bus, vinculo, QStringLiteral("sonvo_atalhos%1").arg(++m_pedidos), &codigo);
     if (!vinculados) {
         removerRegistros();
-        Q_EMIT indisponivel(codigo == Portal::kCancelado ? QStringLiteral("o usuário recusou os atalhos")
-                                                         : QStringLiteral("atalhos não vinculados (código %1)").arg(codigo));
+        falhar(codigo == Portal::kCancelado ? QStringLiteral("o usuário recusou os atalhos")
+                                            : QStringLiteral("atalhos não vinculados (código %1)").arg(codigo));
         co_return;
     }
+    QFile::remove(m_arquivoRecusa);
     Q_EMIT rotulosDefinidos(rotulosDe(vinculados->value(QStringLiteral("shortcuts"))));
+}
+
+void AtalhosPortal::falhar(const QString& motivo)
+{
+    Arquivos::gravarAtomico(m_arquivoRecusa, motivo.toUtf8());
+    Q_EMIT indisponivel(motivo);
 }
 
 void AtalhosPortal::aoSinal(const QDBusMessage& m)

@@ -21,8 +21,9 @@ public:
         std::chrono::milliseconds chamada{5000};
         std::chrono::milliseconds resposta{120000}; // the desktop may ask the user to confirm
     };
-    explicit AtalhosPortal(QDBusConnection bus);
-    AtalhosPortal(QDBusConnection bus, Prazos prazos);
+    // arquivoRecusa: exists while the desktop's last answer was a refusal (for `sonvo diagnostico`).
+    AtalhosPortal(QDBusConnection bus, QString arquivoRecusa);
+    AtalhosPortal(QDBusConnection bus, QString arquivoRecusa, Prazos prazos);
     ~AtalhosPortal() override;
 
     // The session is created and the keys bound from the event loop, once every combination
@@ -42,7 +43,10 @@ private Q_SLOTS:
 private:
     QCoro::Task<> vincular();
 
+    void falhar(const QString& motivo);
+
     QDBusConnection m_bus;
+    QString m_arquivoRecusa;
     Prazos m_prazos;
     QList<AtalhoGlobal> m_atalhos;
     QString m_sessao;

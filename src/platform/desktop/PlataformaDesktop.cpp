@@ -5,7 +5,6 @@
 #include "platform/wayland/PlataformaWayland.h"
 #include "platform/x11/PlataformaX11.h"
 
-#include <QDir>
 
 namespace sonvo {
 
@@ -13,7 +12,7 @@ Plataforma criarPlataformaDesktop()
 {
     switch (tipoDeSessao(QProcessEnvironment::systemEnvironment())) {
     case TipoSessao::wayland:
-        return wayland::criarPlataformaWayland(QDir(Caminhos::pastaDados()).filePath(QStringLiteral("remotedesktop-token")));
+        return wayland::criarPlataformaWayland(Caminhos::pastaDados());
     case TipoSessao::x11:
         return x11::criarPlataformaX11();
     case TipoSessao::nula:

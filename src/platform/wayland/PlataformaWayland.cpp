@@ -15,6 +15,8 @@
 #include "platform/x11/SomX11.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 
 namespace sonvo::wayland {
 
@@ -40,7 +42,7 @@ private:
 
 } // namespace
 
-Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal)
+Plataforma criarPlataformaWayland(const QString& pastaPortal)
 {
     Plataforma p = criarPlataformaNula();
     p.audio = criarEntradaAudio();
@@ -77,7 +79,7 @@ Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal)
         }
     }
     if (colar == FormaColar::nenhuma && ofertas.portal) {
-        p.teclas = std::make_unique<TeclasPortal>(bus, arquivoTokenPortal);
+        p.teclas = std::make_unique<TeclasPortal>(bus, QDir(pastaPortal).filePath(QStringLiteral("remotedesktop-token")));
         colar = FormaColar::portalRemoteDesktop;
     }
     const bool podeColar = colar != FormaColar::nenhuma;
@@ -100,8 +102,10 @@ Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal)
     // shortcuts here. The desktop binds them through the portal, or the user binds
     // `sonvo alternar` in the compositor.
     const bool portalAtalhos = Portal::versao(bus, QStringLiteral("org.freedesktop.portal.GlobalShortcuts")) > 0;
+    const QString recusa = QDir(pastaPortal).filePath(QStringLiteral("atalhos-recusados"));
+    const bool recusados = portalAtalhos && QFileInfo::exists(recusa);
     if (portalAtalhos)
-        p.atalhos = std::make_unique<AtalhosPortal>(bus);
+        p.atalhos = std::make_unique<AtalhosPortal>(bus, recusa);
 
     const bool selecao = clipboard == FormaClipboard::extDataControl || clipboard == FormaClipboard::wlrDataControl;
     p.formas = {
@@ -109,9 +113,10 @@ Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal)
         {QStringLiteral("Colar"), Formas::descrever(colar), podeColar},
         {QStringLiteral("Área de transferência"), Formas::descrever(clipboard), clipboard != FormaClipboard::nenhuma},
         {QStringLiteral("Atalhos"),
-         portalAtalhos ? QStringLiteral("portal GlobalShortcuts")
-                       : QStringLiteral("indisponível — associe um atalho do ambiente a: sonvo alternar"),
-         portalAtalhos},
+         recusados      ? QStringLiteral("portal GlobalShortcuts recusado — associe um atalho do ambiente a: sonvo alternar")
+         : portalAtalhos ? QStringLiteral("portal GlobalShortcuts")
+                         : QStringLiteral("indisponível — associe um atalho do ambiente a: sonvo alternar"),
+         portalAtalhos && !recusados},
         {QStringLiteral("Janela ativa"), Formas::descrever(janelas), janelas != FormaJanelas::nenhuma},
         {QStringLiteral("Texto selecionado"), selecao ? QStringLiteral("seleção primária (data-control)") : Formas::kIndisponivel,
          selecao},

@@ -5,8 +5,8 @@
 namespace sonvo::wayland {
 
 // The services of a Wayland session: for each, the best way the compositor offers, then XWayland
-// or the RemoteDesktop portal, and inert ones last. `arquivoTokenPortal` keeps the portal's
-// consent between runs.
-Plataforma criarPlataformaWayland(const QString& arquivoTokenPortal);
+// or the RemoteDesktop portal, and inert ones last. In `pastaPortal`: the RemoteDesktop consent kept
+// between runs, and the desktop's last refusal of the hotkeys.
+Plataforma criarPlataformaWayland(const QString& pastaPortal);
 
 } // namespace sonvo::wayland
