@@ -136,6 +136,12 @@ std::optional<AppJanela> InsertionService::resolverAppAlvo()
 
 QCoro::Task<bool> InsertionService::postarComandoV(bool terminal)
 {
+    // A slow finger (or a fast server): the hotkey's letter still down keeps its grab, which
+    // would take the paste keys and the text would land nowhere.
+    const bool soltas = co_await m_teclas.aguardarSoltura(m_esperas.soltura);
+    if (!soltas)
+        Log::tag("Insert", QStringLiteral("teclas do atalho ainda apertadas depois de %d ms — colando assim mesmo"),
+                 {static_cast<long long>(m_esperas.soltura.count())});
     // The hotkey's Super+Shift may still be held: with them down the target would see another shortcut.
     m_teclas.soltarModificadores();
     co_return co_await m_teclas.colar(terminal);

@@ -27,6 +27,8 @@ struct EsperasInsercao {
     // From the keystroke to the restore at most: a slow target gets this long to fetch the
     // text, so it never pastes the user's old clipboard.
     std::chrono::milliseconds leituraMax{1000};
+    // Bound of the wait for the hotkey's keys to be let go before the paste keys.
+    std::chrono::milliseconds soltura{3000};
     // The asynchronous sleep (tests replace it); empty means QCoro::sleepFor.
     std::function<QCoro::Task<>(std::chrono::milliseconds)> esperar;
 };

@@ -43,6 +43,13 @@ public:
     virtual QCoro::Task<bool> colar(bool terminal) = 0;
     // How the keys are sent, in the user's words ("teclado virtual do Wayland").
     virtual QString forma() const = 0;
+    // Resolves once no key of Sonvo's hotkeys is held (a key still down keeps its grab, which would
+    // take the paste keys), or after `limite`; false then. Backends that cannot tell resolve at once.
+    virtual QCoro::Task<bool> aguardarSoltura(std::chrono::milliseconds limite)
+    {
+        (void)limite;
+        co_return true;
+    }
 };
 
 // Short event sounds.

@@ -112,6 +112,28 @@ TEST_F(Bandeja, SegurarParaFalarTerminaAoSoltarEUmToqueAlterna)
     EXPECT_NEAR(segundos(2), 1.2, 0.4);
 }
 
+// The hotkey that ends a dictation still held when an instant server's text is ready: its grab
+// would take the paste keys, so the paste waits for the keys to go up.
+TEST_F(Bandeja, AtalhoAindaApertadoNaoComeOTexto)
+{
+    servidor.definirPadrao(Resposta::json(200, R"({"text":")" + kFrase.toUtf8() + R"("})"));
+    auto alvo = abrirAlvo();
+    iniciarSonvo();
+    girarPor(1500);
+    QString esperado;
+    for (int segurar : {300, 1000}) {
+        SCOPED_TRACE(segurar);
+        tecla("super+shift+t");
+        girarPor(700);
+        ASSERT_TRUE(xdotool({"keydown"_t, "super+shift+t"_t}));
+        girarPor(segurar);
+        ASSERT_TRUE(xdotool({"keyup"_t, "t"_t, "shift"_t, "super"_t}));
+        esperado += kFrase;
+        ASSERT_TRUE(girarAte([&] { return textoDoAlvo() == esperado; }, 10000)) << textoDoAlvo().toStdString() << logInteiro();
+        girarPor(1500);
+    }
+}
+
 // The microphone chosen by name records; one that is gone gives way to the system's default.
 TEST_F(Bandeja, MicrofoneEscolhidoGravaEOAusenteCaiNoPadrao)
 {

@@ -1,5 +1,9 @@
 #include "platform/x11/TeclasX11.h"
 
+#include <QCoroTimer>
+
+#include <algorithm>
+
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
@@ -39,6 +43,24 @@ void TeclasX11::soltarModificadores()
     }
     XFreeModifiermap(mapa);
     XSync(m_d, False);
+}
+
+QCoro::Task<bool> TeclasX11::aguardarSoltura(std::chrono::milliseconds limite)
+{
+    QList<KeyCode> teclas;
+    for (KeySym k : {XK_Super_L, XK_Super_R, XK_Shift_L, XK_Shift_R, XK_t, XK_r})
+        if (const KeyCode c = XKeysymToKeycode(m_d, k))
+            teclas << c;
+    const auto fim = std::chrono::steady_clock::now() + limite;
+    for (;;) {
+        char estado[32] = {};
+        XQueryKeymap(m_d, estado);
+        if (std::none_of(teclas.begin(), teclas.end(), [&](KeyCode c) { return estado[c / 8] & (1 << (c % 8)); }))
+            co_return true;
+        if (std::chrono::steady_clock::now() >= fim)
+            co_return false;
+        co_await QCoro::sleepFor(std::chrono::milliseconds(15));
+    }
 }
 
 QString TeclasX11::forma() const

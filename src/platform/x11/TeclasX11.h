@@ -21,6 +21,7 @@ public:
     void soltarModificadores() override;
     QCoro::Task<bool> colar(bool terminal) override;
     QString forma() const override;
+    QCoro::Task<bool> aguardarSoltura(std::chrono::milliseconds limite) override;
 
 private:
     explicit TeclasX11(Display* d) : m_d(d) {}
