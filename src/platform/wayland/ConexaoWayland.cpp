@@ -71,13 +71,12 @@ QSet<QString> ConexaoWayland::globais() const
     return s;
 }
 
-void* ConexaoWayland::vincular(const wl_interface* interface, uint32_t versaoMaxima, const wl_interface* comoInterface)
+void* ConexaoWayland::vincular(const wl_interface* interface, uint32_t versaoMaxima)
 {
     const QString nome = QString::fromLatin1(interface->name);
     for (const Global& g : m_globais)
         if (g.interface == nome)
-            return wl_registry_bind(m_registro, g.nome, comoInterface ? comoInterface : interface,
-                                    std::min(g.versao, versaoMaxima));
+            return wl_registry_bind(m_registro, g.nome, interface, std::min(g.versao, versaoMaxima));
     return nullptr;
 }
 
@@ -112,30 +111,6 @@ void ConexaoWayland::atualizar()
     }
     wl_display_dispatch_pending(m_display);
     wl_display_flush(m_display);
-}
-
-bool ConexaoWayland::despacharAte(const std::function<bool()>& pronto, std::chrono::milliseconds limite)
-{
-    using Relogio = std::chrono::steady_clock;
-    const auto fim = Relogio::now() + limite;
-    wl_display_dispatch_pending(m_display);
-    while (!pronto() && !m_quebrada) {
-        const auto resto = std::chrono::duration_cast<std::chrono::milliseconds>(fim - Relogio::now()).count();
-        if (resto <= 0)
-            return false;
-        while (wl_display_prepare_read(m_display) != 0)
-            wl_display_dispatch_pending(m_display);
-        wl_display_flush(m_display);
-        pollfd p{wl_display_get_fd(m_display), POLLIN, 0};
-        if (::poll(&p, 1, static_cast<int>(resto)) > 0 && (p.revents & POLLIN)) {
-            if (wl_display_read_events(m_display) < 0)
-                m_quebrada = true;
-        } else {
-            wl_display_cancel_read(m_display);
-        }
-        wl_display_dispatch_pending(m_display);
-    }
-    return pronto();
 }
 
 namespace {

@@ -31,17 +31,13 @@ public:
     wl_seat* assento() const { return m_assento; }
     QSet<QString> globais() const;
     // Binds the global that implements `interface`, at most at `versaoMaxima`; null when absent.
-    // `comoInterface` binds it under another description of the same messages.
-    void* vincular(const wl_interface* interface, uint32_t versaoMaxima, const wl_interface* comoInterface = nullptr);
+    void* vincular(const wl_interface* interface, uint32_t versaoMaxima);
 
     // Sends the requests made so far and dispatches what has already arrived.
     void enviar();
     // Resolves once the compositor has handled every request sent before it, or after `limite`.
     // True when it answered.
     QCoro::Task<bool> sincronizar(std::chrono::milliseconds limite);
-    // Dispatches events until `pronto` holds or the time runs out: for the few reads that must
-    // answer synchronously, bounded.
-    bool despacharAte(const std::function<bool()>& pronto, std::chrono::milliseconds limite);
     bool quebrada() const { return m_quebrada; }
     // Reads and dispatches whatever the compositor has sent, without waiting.
     void atualizar();
