@@ -114,6 +114,10 @@ QString textoAjuda()
         "  sonvo microfones                      os microfones (* o escolhido); escolha com\n"
         "                                        sonvo config microfone NOME\n"
         "  sonvo transcrever ARQUIVO [--app ID]  transcreve um arquivo WAV e imprime o texto corrigido\n"
+        "  sonvo pendentes                       os ditados que falharam e foram guardados (1: o mais recente)\n"
+        "  sonvo retentar [N]                    transcreve de novo o ditado pendente N (padrão: 1)\n"
+        "                                        e imprime o texto corrigido\n"
+        "  sonvo descartar N|--todos             apaga o ditado pendente N, ou todos\n"
         "  sonvo corrigir [--app ID] [TEXTO]     aplica o vocabulário ao TEXTO (ou à entrada padrão)\n"
         "  sonvo vocabulario listar [--app ID]\n"
         "  sonvo vocabulario adicionar OUVIDO ESCREVER [--app ID]\n"
@@ -166,6 +170,9 @@ const Entrada kComandos[] = {
     {"alternar", comandoAlternar},
     {"iniciar", comandoIniciar},
     {"microfones", comandoMicrofones},
+    {"pendentes", comandoPendentes},
+    {"retentar", comandoRetentar},
+    {"descartar", comandoDescartar},
     {"parar", comandoParar},
     {"autoinicio", comandoAutoinicio},
 };

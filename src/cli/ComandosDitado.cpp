@@ -1,6 +1,7 @@
 #include "cli/Comandos.h"
 #include "core/Arquivos.h"
 #include "core/SinaisDeTermino.h"
+#include "dictation/DitadosPendentes.h"
 #include "dictation/Insercao.h"
 #include "dictation/SpeechManager.h"
 #include "dictation/TranscriptionHistory.h"
@@ -16,6 +17,7 @@
 #include <QCoroSignal>
 
 #include <algorithm>
+#include <cmath>
 
 #include <cstdio>
 #include <unistd.h>
@@ -47,16 +49,19 @@ Opcoes lerApp(Contexto& ctx)
     return o;
 }
 
-// Runs a dictation to its end and prints its text (or its error).
+// Runs a dictation to its end and prints its text (or its error). With `guardarFalhas` a failed
+// dictation's audio is kept among the pending ones.
 class Ditado {
 public:
-    Ditado(Contexto& ctx, EntradaAudio& audio, const std::optional<QString>& app)
-        : m_pasta(Caminhos::pastaDados()), m_vocab(m_pasta, ctx.config), m_historico(m_pasta),
+    Ditado(Contexto& ctx, EntradaAudio& audio, const std::optional<QString>& app, bool guardarFalhas)
+        : m_pasta(Caminhos::pastaDados()), m_vocab(m_pasta, ctx.config), m_historico(m_pasta), m_pendentes(m_pasta),
           m_speech(SpeechManager::Dependencias{ctx.config, ctx.rede, m_pasta, audio, m_insercao, m_som, m_vocab, m_historico,
-                                               QDir::tempPath(), nullptr})
+                                               QDir::tempPath(), nullptr, std::chrono::seconds(60), std::chrono::minutes(2),
+                                               guardarFalhas ? &m_pendentes : nullptr})
     {
         m_speech.pularInsercao = true;
         m_speech.contextoBundleID = app;
+        m_speech.atalhoUsado = QStringLiteral("sonvo ditar");
     }
     SpeechManager& speech() { return m_speech; }
 
@@ -77,6 +82,7 @@ private:
     QString m_pasta;
     VocabularyService m_vocab;
     TranscriptionHistory m_historico;
+    DitadosPendentes m_pendentes;
     SemInsercao m_insercao;
     SomNulo m_som;
     SpeechManager m_speech;
@@ -103,9 +109,96 @@ QCoro::Task<int> comandoTranscrever(Contexto& ctx)
         QFile::remove(copia);
     }
     EntradaAudioNula semMicrofone;
-    Ditado ditado(ctx, semMicrofone, o.app);
+    Ditado ditado(ctx, semMicrofone, o.app, false);
     ditado.speech().transcreverArquivo(copia);
     co_return co_await ditado.aguardarFim();
+}
+
+namespace {
+// "N" of the pending list (1 is the newest); usage error otherwise.
+std::optional<DitadoPendente> escolherPendente(const QList<DitadoPendente>& lista, const QString& n)
+{
+    bool ok = false;
+    const int i = n.toInt(&ok);
+    if (!ok || i < 1 || i > lista.size())
+        return std::nullopt;
+    return lista.at(i - 1);
+}
+
+QString minutos(double segundos)
+{
+    const auto s = static_cast<long long>(std::lround(segundos));
+    return QStringLiteral("%1:%2").arg(s / 60).arg(s % 60, 2, 10, QLatin1Char('0'));
+}
+} // namespace
+
+QCoro::Task<int> comandoPendentes(Contexto& ctx)
+{
+    if (const auto op = ctx.args.opcaoDesconhecida())
+        co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
+    if (!ctx.args.posicionais().isEmpty())
+        co_return erroDeUso(QStringLiteral("Uso: sonvo pendentes"));
+    const QList<DitadoPendente> lista = DitadosPendentes(Caminhos::pastaDados()).listar();
+    if (lista.isEmpty()) {
+        escreverSaida(QStringLiteral("Nenhum ditado pendente\n"));
+        co_return sucesso;
+    }
+    QString saida;
+    for (qsizetype i = 0; i < lista.size(); ++i) {
+        const DitadoPendente& d = lista.at(i);
+        saida += QStringLiteral("%1  %2  %3  %4\n")
+                     .arg(i + 1)
+                     .arg(d.quando.toLocalTime().toString(QStringLiteral("dd/MM/yyyy HH:mm")), minutos(d.duracao), d.erro);
+    }
+    escreverSaida(saida);
+    co_return sucesso;
+}
+
+QCoro::Task<int> comandoRetentar(Contexto& ctx)
+{
+    if (const auto op = ctx.args.opcaoDesconhecida())
+        co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
+    const QStringList pos = ctx.args.posicionais();
+    if (pos.size() > 1)
+        co_return erroDeUso(QStringLiteral("Uso: sonvo retentar [N]"));
+    const QList<DitadoPendente> lista = DitadosPendentes(Caminhos::pastaDados()).listar();
+    if (lista.isEmpty()) {
+        escreverErro(QStringLiteral("Nenhum ditado pendente"));
+        co_return falha;
+    }
+    const std::optional<DitadoPendente> d = escolherPendente(lista, pos.value(0, QStringLiteral("1")));
+    if (!d) {
+        escreverErro(QStringLiteral("Não há ditado pendente ") + pos.value(0) + QStringLiteral(" (veja: sonvo pendentes)"));
+        co_return falha;
+    }
+    EntradaAudioNula semMicrofone;
+    Ditado ditado(ctx, semMicrofone, d->app, true);
+    ditado.speech().retentar(*d);
+    co_return co_await ditado.aguardarFim();
+}
+
+QCoro::Task<int> comandoDescartar(Contexto& ctx)
+{
+    const bool todos = ctx.args.flag(QStringLiteral("--todos"));
+    if (const auto op = ctx.args.opcaoDesconhecida())
+        co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
+    const QStringList pos = ctx.args.posicionais();
+    if (todos == (pos.size() == 1) || pos.size() > 1)
+        co_return erroDeUso(QStringLiteral("Uso: sonvo descartar N|--todos"));
+    DitadosPendentes pendentes(Caminhos::pastaDados());
+    const QList<DitadoPendente> lista = pendentes.listar();
+    if (todos) {
+        for (const DitadoPendente& d : lista)
+            pendentes.remover(d.id);
+        co_return sucesso;
+    }
+    const std::optional<DitadoPendente> d = escolherPendente(lista, pos.first());
+    if (!d) {
+        escreverErro(QStringLiteral("Não há ditado pendente ") + pos.first() + QStringLiteral(" (veja: sonvo pendentes)"));
+        co_return falha;
+    }
+    pendentes.remover(d->id);
+    co_return sucesso;
 }
 
 QCoro::Task<int> comandoMicrofones(Contexto& ctx)
@@ -142,7 +235,7 @@ QCoro::Task<int> comandoDitar(Contexto& ctx)
         co_return erroDeUso(QStringLiteral("Uso: sonvo ditar [--app ID] [--menu]"));
 
     const auto audio = criarEntradaAudio();
-    Ditado ditado(ctx, *audio, o.app);
+    Ditado ditado(ctx, *audio, o.app, true);
     SpeechManager& sm = ditado.speech();
     const bool terminal = ::isatty(STDERR_FILENO);
 

@@ -148,6 +148,63 @@ std::optional<ErroArquivo> Arquivos::lerAnexando(const QString& caminho, QByteAr
     return std::nullopt;
 }
 
+std::optional<ErroArquivo> Arquivos::moverAtomico(const QString& origem, const QString& destino)
+{
+    const QByteArray de = QFile::encodeName(origem);
+    const QByteArray para = QFile::encodeName(destino);
+    if (::rename(de.constData(), para.constData()) == 0) {
+        ::chmod(para.constData(), 0600);
+        return std::nullopt;
+    }
+    if (errno != EXDEV)
+        return erroDe(errno);
+    const int entrada = ::open(de.constData(), O_RDONLY | O_CLOEXEC);
+    if (entrada < 0)
+        return erroDe(errno);
+    const QFileInfo info(destino);
+    QByteArray modelo = QFile::encodeName(info.absolutePath() + QStringLiteral("/.") + info.fileName() + QStringLiteral(".XXXXXX"));
+    const int saida = ::mkstemp(modelo.data()); // created 0600
+    if (saida < 0) {
+        const int e = errno;
+        ::close(entrada);
+        return erroDe(e);
+    }
+    auto falhar = [&](int e) {
+        ::close(entrada);
+        ::close(saida);
+        ::unlink(modelo.constData());
+        return erroDe(e);
+    };
+    char bloco[1 << 16];
+    for (;;) {
+        const ssize_t n = ::read(entrada, bloco, sizeof bloco);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            return falhar(errno);
+        if (n == 0)
+            break;
+        for (ssize_t feito = 0; feito < n;) {
+            const ssize_t w = ::write(saida, bloco + feito, static_cast<size_t>(n - feito));
+            if (w < 0 && errno == EINTR)
+                continue;
+            if (w < 0)
+                return falhar(errno);
+            feito += w;
+        }
+    }
+    if (::fsync(saida) != 0)
+        return falhar(errno);
+    ::close(entrada);
+    if (::close(saida) != 0 || ::rename(modelo.constData(), para.constData()) != 0) {
+        const int e = errno;
+        ::unlink(modelo.constData());
+        return erroDe(e);
+    }
+    ::unlink(de.constData());
+    return std::nullopt;
+}
+
 std::optional<ErroArquivo> Arquivos::gravarAtomico(const QString& caminho, const QByteArray& dados)
 {
     const QFileInfo info(caminho);

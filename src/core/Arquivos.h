@@ -45,6 +45,11 @@ std::optional<ErroArquivo> lerAnexando(const QString& caminho, QByteArray& desti
 // the old or the new file, never a torn one. The file ends with mode 0600.
 std::optional<ErroArquivo> gravarAtomico(const QString& caminho, const QByteArray& dados);
 
+// Moves a file into place with mode 0600. Within one file system a rename; across two, a copy to a
+// temporary file beside the destination, synced and renamed, then the source removed: the
+// destination is never seen half-written.
+std::optional<ErroArquivo> moverAtomico(const QString& origem, const QString& destino);
+
 // Keeps a file that is about to be replaced because it could not be decoded, beside it, as
 // "<name>.corrupt-<UTC time>". Returns the new path, or nothing when the rename failed.
 std::optional<QString> preservarCorrompido(const QString& caminho, const QDateTime& agora);

@@ -5,6 +5,7 @@
 #include "core/KeychainService.h"
 #include "core/Log.h"
 #include "core/TextoUnicode.h"
+#include "dictation/ConversorWav.h"
 #include "dictation/Insercao.h"
 #include "dictation/NivelAudio.h"
 #include "dictation/TranscriptionHistory.h"
@@ -14,8 +15,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QPointer>
 #include <QUuid>
+#include <QtConcurrent/QtConcurrentRun>
+#include <QCoroFuture>
 
 #include <algorithm>
 
@@ -59,10 +63,55 @@ void SpeechManager::fecharArquivo()
 
 void SpeechManager::removerArquivoTemporario()
 {
-    if (m_arquivoAtual)
+    // A kept dictation's audio is only ever removed through descartarAudio.
+    if (m_arquivoAtual && !m_pendente)
         QFile::remove(*m_arquivoAtual);
     m_arquivoAtual.reset();
     fecharArquivo();
+}
+
+void SpeechManager::descartarAudio()
+{
+    if (m_pendente && m_deps.pendentes) {
+        m_deps.pendentes->remover(*m_pendente);
+        Log::tag("Pendentes", QStringLiteral("ditado pendente concluído e removido: %@"), {*m_pendente});
+    }
+    removerArquivoTemporario();
+    m_pendente.reset();
+}
+
+void SpeechManager::guardarAudio(const QString& erro)
+{
+    if (m_pendente) {
+        if (m_deps.pendentes)
+            m_deps.pendentes->atualizarErro(*m_pendente, erro);
+        m_arquivoAtual.reset();
+        m_pendente.reset();
+        return;
+    }
+    if (!m_deps.pendentes || !m_arquivoAtual || !QFileInfo::exists(*m_arquivoAtual)) {
+        removerArquivoTemporario();
+        return;
+    }
+    DitadoPendente dados;
+    dados.app = contextoBundleID;
+    dados.erro = erro;
+    dados.atalho = atalhoUsado;
+    const auto guardado = m_deps.pendentes->guardar(*m_arquivoAtual, dados);
+    if (!guardado) {
+        Log::tag("Pendentes", QStringLiteral("não foi possível guardar o áudio: %@"), {guardado.erro()});
+        removerArquivoTemporario();
+        return;
+    }
+    m_arquivoAtual.reset();
+    Log::tag("Pendentes", QStringLiteral("ditado guardado para tentar de novo: %@"), {guardado.valor().id});
+    Q_EMIT ditadoGuardado(guardado.valor());
+}
+
+void SpeechManager::falhar(const QString& erro)
+{
+    guardarAudio(erro);
+    definirEstado(RecordingState::error(erro));
 }
 
 void SpeechManager::alternar()
@@ -160,14 +209,46 @@ void SpeechManager::transcreverArquivo(const QString& wav)
     pipeline(wav);
 }
 
+bool SpeechManager::retentar(const DitadoPendente& pendente)
+{
+    if (m_estado.caso == RecordingState::Caso::recording || m_estado.caso == RecordingState::Caso::transcribing)
+        return false;
+    if (!QFileInfo::exists(pendente.audio)) { // discarded meanwhile (from the command line, say)
+        Log::tag("Pendentes", QStringLiteral("ditado pendente não existe mais: %@"), {pendente.id});
+        return false;
+    }
+    Log::tag("Pendentes", QStringLiteral("tentando de novo: %@"), {pendente.id});
+    m_pendente = pendente.id;
+    m_arquivoAtual = pendente.audio;
+    definirEstado(RecordingState::transcribing());
+    pipeline(pendente.audio);
+    return true;
+}
+
 QCoro::Task<> SpeechManager::pipeline(QString arquivo)
 {
     const QPointer<SpeechManager> self(this);
+    m_prompt.reset();
+    // A 20-minute recording is read off the main thread. The future is named first: g++ 12
+    // destroys a temporary inside a co_await expression twice.
+    QFuture<std::optional<AnaliseFala>> analise = QtConcurrent::run([arquivo]() -> std::optional<AnaliseFala> {
+        auto a = analisarFala(arquivo);
+        return a ? std::optional(a.valor()) : std::nullopt;
+    });
+    m_analise = co_await analise;
+    if (!self)
+        co_return;
+    if (m_analise && !m_analise->temFala()) {
+        Log::tag("Speech", QStringLiteral("sem fala: %.2f s de áudio, %.2f s acima do limiar"),
+                 {m_analise->duracao, m_analise->segundosComFala});
+        descartarAudio();
+        definirEstado(RecordingState::error(QString::fromUtf8(kSemFala)));
+        co_return;
+    }
     const KeychainService chaves(m_deps.pastaDados);
     const auto mapa = chaves.carregar();
     if (!mapa) {
-        removerArquivoTemporario();
-        definirEstado(RecordingState::error(QStringLiteral("Erro: ") + mapa.erro().descricao()));
+        falhar(QStringLiteral("Erro: ") + mapa.erro().descricao());
         co_return;
     }
     const QString chave = mapa.valor().value(QStringLiteral("openai_api_key"));
@@ -175,9 +256,33 @@ QCoro::Task<> SpeechManager::pipeline(QString arquivo)
         co_await tentarFallback(arquivo, QStringLiteral("API key não configurada"));
         co_return;
     }
-    const std::optional<QString> dica = m_deps.vocabulario.priorityTermsAsPrompt(contextoBundleID);
+    m_prompt = m_deps.vocabulario.priorityTermsAsPrompt(contextoBundleID);
+    // Over the service's size limit as WAV, the recording goes compact; the WAV stays for the
+    // local fallback and for a retry.
+    QString envio = arquivo;
+    const qint64 tamanho = QFileInfo(arquivo).size();
+    if (tamanho > kLimiteEnvioWav) {
+        const QString compacto = m_deps.pastaTemporaria + u'/' + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()
+            + QStringLiteral(".ogg");
+        QFuture<std::optional<QString>> conversao = QtConcurrent::run(converterParaOpus, arquivo, compacto);
+        const std::optional<QString> erro = co_await conversao;
+        if (!self) {
+            QFile::remove(compacto);
+            co_return;
+        }
+        if (erro) {
+            QFile::remove(compacto);
+            Log::tag("Speech", QStringLiteral("falha ao compactar o áudio (%@) — enviando o WAV"), {*erro});
+        } else {
+            envio = compacto;
+            Log::tag("Speech", QStringLiteral("áudio compactado para envio: %d → %d bytes (Ogg/Opus)"),
+                     {static_cast<long long>(tamanho), static_cast<long long>(QFileInfo(compacto).size())});
+        }
+    }
     WhisperService whisper(m_deps.rede, WhisperService::endpointPara(m_deps.config), m_deps.prazoNuvem);
-    const auto r = co_await whisper.transcrever(arquivo, chave, dica);
+    const auto r = co_await whisper.transcrever(envio, chave, m_prompt);
+    if (envio != arquivo)
+        QFile::remove(envio);
     if (!self)
         co_return;
     if (r.ok()) {
@@ -188,8 +293,7 @@ QCoro::Task<> SpeechManager::pipeline(QString arquivo)
         co_await tentarFallback(arquivo, descricao(r.erro()));
         co_return;
     }
-    removerArquivoTemporario();
-    definirEstado(RecordingState::error(descricao(r.erro())));
+    falhar(descricao(r.erro()));
 }
 
 QCoro::Task<> SpeechManager::tentarFallback(QString arquivo, QString motivo)
@@ -200,16 +304,14 @@ QCoro::Task<> SpeechManager::tentarFallback(QString arquivo, QString motivo)
                                                                     : FallbackTranscriptionService::localizar(m_deps.config, m_deps.pastaDados),
                                        m_deps.prazoLocal);
     if (!local.disponivel()) {
-        removerArquivoTemporario();
-        definirEstado(RecordingState::error(QStringLiteral("Transcrição indisponível (sem conexão e sem reconhecimento local)")));
+        falhar(QStringLiteral("Transcrição indisponível (sem conexão e sem reconhecimento local)"));
         co_return;
     }
     const auto r = co_await local.transcrever(arquivo);
     if (!self)
         co_return;
     if (!r) {
-        removerArquivoTemporario();
-        definirEstado(RecordingState::error(QStringLiteral("Erro na transcrição local: ") + r.erro().descricao));
+        falhar(QStringLiteral("Erro na transcrição local: ") + r.erro().descricao);
         co_return;
     }
     co_await aoConcluirTranscricao(r.valor());
@@ -218,7 +320,14 @@ QCoro::Task<> SpeechManager::tentarFallback(QString arquivo, QString motivo)
 QCoro::Task<> SpeechManager::aoConcluirTranscricao(QString texto)
 {
     const QPointer<SpeechManager> self(this);
-    removerArquivoTemporario();
+    const AnaliseFala analise = m_analise.value_or(AnaliseFala{0.0, 1e9});
+    if (pareceAlucinacao(texto, m_prompt, analise)) {
+        Log::tag("Speech", QStringLiteral("transcrição descartada (resposta típica de silêncio): '%@'"), {texto});
+        descartarAudio();
+        definirEstado(RecordingState::error(QString::fromUtf8(kSemFala)));
+        co_return;
+    }
+    descartarAudio();
     m_deps.historico.append(texto, contextoBundleID);
     const QString corrigido = m_deps.vocabulario.aplicarCorrecoes(texto, contextoBundleID);
     Log::tag("Speech", QStringLiteral("vocab bruto.count=%d corrigido.count=%d app=%@"),

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dictation/DeteccaoFala.h"
+#include "dictation/DitadosPendentes.h"
 #include "dictation/FallbackTranscriptionService.h"
 #include "dictation/RecordingState.h"
 #include "dictation/WhisperService.h"
@@ -48,7 +50,13 @@ public:
         std::function<std::optional<FallbackTranscriptionService::Reconhecedor>()> localizarReconhecedor;
         std::chrono::milliseconds prazoNuvem = std::chrono::seconds(60);
         std::chrono::milliseconds prazoLocal = std::chrono::minutes(2);
+        // Where a failed dictation's audio is kept for a retry; without it the audio is deleted.
+        DitadosPendentes* pendentes = nullptr;
     };
+
+    // Over this a WAV would not fit the service's 25 MB limit with its multipart frame: it goes as Ogg/Opus.
+    static constexpr qint64 kLimiteEnvioWav = 24'000'000;
+    static constexpr const char* kSemFala = "Nenhuma fala detectada";
 
     explicit SpeechManager(Dependencias deps, QObject* parent = nullptr);
     ~SpeechManager() override;
@@ -61,6 +69,7 @@ public:
     // Written by the caller before each start.
     bool pularInsercao = false;
     std::optional<QString> contextoBundleID;
+    std::optional<QString> atalhoUsado; // kept with a failed dictation
 
     void startRecording();
     // The microphone of "microfone" when it is there; the system's default otherwise.
@@ -71,6 +80,9 @@ public:
     // Runs the pipeline on an existing WAV, which becomes this dictation's temporary file (and is
     // deleted at the end like any other): the command line hands it a copy of the user's file.
     void transcreverArquivo(const QString& wav);
+    // Runs the pipeline again on a kept dictation: removed once it succeeds (or turns out to be
+    // silence), its error updated when it fails again. False while a dictation is under way.
+    bool retentar(const DitadoPendente& pendente);
 
 Q_SIGNALS:
     void recordingStateChanged(const sonvo::RecordingState& estado);
@@ -78,11 +90,17 @@ Q_SIGNALS:
     void ultimaTranscricaoChanged(const std::optional<QString>& texto);
     // After a direct insertion: a transcribed word close to one the user keeps inserting.
     void candidatoTier2(const QString& ouvido, const QString& escrever, int ocorrencias);
+    // A failed dictation's audio was kept (emitted before the error state).
+    void ditadoGuardado(const sonvo::DitadoPendente& pendente);
 
 private:
     void definirEstado(RecordingState e);
     void definirNivel(float n);
     void removerArquivoTemporario();
+    // Where this dictation's audio ends: deleted (or its kept copy removed), or kept with the error.
+    void descartarAudio();
+    void guardarAudio(const QString& erro);
+    void falhar(const QString& erro);
     void fecharArquivo();
     QCoro::Task<> pipeline(QString arquivo);
     QCoro::Task<> tentarFallback(QString arquivo, QString motivo);
@@ -93,6 +111,9 @@ private:
     float m_nivel = 0.0f;
     std::optional<QString> m_ultima;
     std::optional<QString> m_arquivoAtual;
+    std::optional<QString> m_pendente;        // the kept dictation being retried
+    std::optional<AnaliseFala> m_analise;     // this dictation's audio, when it could be read
+    std::optional<QString> m_prompt;          // what the cloud was given, if anything
     SNDFILE* m_wav = nullptr; // written on the audio thread while recording
     int m_canais = 0;
     quint64 m_gravacao = 0; // which recording a posted level belongs to

@@ -45,13 +45,21 @@ QString WhisperService::novoBoundary()
     return QStringLiteral("Boundary-") + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
 }
 
-QPair<QByteArray, QByteArray> WhisperService::moldura(const QString& boundary, const std::optional<QString>& vocabularyHint)
+TipoAudio WhisperService::tipoDoArquivo(const QString& arquivo)
+{
+    if (arquivo.endsWith(QStringLiteral(".ogg"), Qt::CaseInsensitive))
+        return {"audio.ogg", "audio/ogg"};
+    return {};
+}
+
+QPair<QByteArray, QByteArray> WhisperService::moldura(const QString& boundary, const std::optional<QString>& vocabularyHint,
+                                                      const TipoAudio& tipo)
 {
     const QByteArray b = boundary.toUtf8();
     const QByteArray separador = "--" + b + "\r\n";
     QByteArray antes = separador;
-    antes += "Content-Disposition: form-data; name=\"file\"; filename=\"audio.wav\"\r\n";
-    antes += "Content-Type: audio/wav\r\n\r\n";
+    antes += "Content-Disposition: form-data; name=\"file\"; filename=\"" + tipo.nome + "\"\r\n";
+    antes += "Content-Type: " + tipo.mime + "\r\n\r\n";
 
     QByteArray depois = "\r\n";
     depois += separador;
@@ -71,9 +79,9 @@ QPair<QByteArray, QByteArray> WhisperService::moldura(const QString& boundary, c
 }
 
 QByteArray WhisperService::montarCorpo(const QByteArray& audio, const QString& boundary,
-                                       const std::optional<QString>& vocabularyHint)
+                                       const std::optional<QString>& vocabularyHint, const TipoAudio& tipo)
 {
-    const auto [antes, depois] = moldura(boundary, vocabularyHint);
+    const auto [antes, depois] = moldura(boundary, vocabularyHint, tipo);
     return antes + audio + depois;
 }
 
@@ -93,7 +101,7 @@ WhisperService::transcrever(QString arquivo, QString apiKey, std::optional<QStri
 {
     const QString boundary = novoBoundary();
     // The file is read straight into the body, so the audio is held once.
-    auto [corpo, depois] = moldura(boundary, vocabularyHint);
+    auto [corpo, depois] = moldura(boundary, vocabularyHint, tipoDoArquivo(arquivo));
     corpo.reserve(corpo.size() + QFileInfo(arquivo).size() + depois.size());
     if (const auto erro = Arquivos::lerAnexando(arquivo, corpo))
         co_return erroRede(QStringLiteral("ler ") + arquivo + QStringLiteral(": ") + erro->descricao);

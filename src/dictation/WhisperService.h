@@ -17,6 +17,12 @@ namespace sonvo {
 
 class Configuracoes;
 
+// The file name and content type of the multipart's audio part.
+struct TipoAudio {
+    QByteArray nome = "audio.wav";
+    QByteArray mime = "audio/wav";
+};
+
 // Sends one recorded WAV to OpenAI's transcription endpoint: one attempt, no retry, no cache.
 class WhisperService {
 public:
@@ -36,11 +42,16 @@ public:
     QCoro::Task<Resultado<QString, WhisperErro>> transcrever(QString arquivo, QString apiKey,
                                                              std::optional<QString> vocabularyHint);
 
+    // The audio part's file name and type: "audio.ogg" (audio/ogg) for an .ogg file, "audio.wav"
+    // (audio/wav) otherwise.
+    static TipoAudio tipoDoArquivo(const QString& arquivo);
+
     // The multipart body, exactly as sent. Exposed for tests and the benchmark.
     static QByteArray montarCorpo(const QByteArray& audio, const QString& boundary,
-                                  const std::optional<QString>& vocabularyHint);
+                                  const std::optional<QString>& vocabularyHint, const TipoAudio& tipo = {});
     // What goes before and after the audio bytes in that body.
-    static QPair<QByteArray, QByteArray> moldura(const QString& boundary, const std::optional<QString>& vocabularyHint);
+    static QPair<QByteArray, QByteArray> moldura(const QString& boundary, const std::optional<QString>& vocabularyHint,
+                                                 const TipoAudio& tipo = {});
     static QString novoBoundary(); // "Boundary-" + upper-case UUID
     // Maps a finished answer to the result; also used by tests on raw answers.
     static Resultado<QString, WhisperErro> interpretarResposta(int status, const QByteArray& corpo);

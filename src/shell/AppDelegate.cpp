@@ -13,6 +13,9 @@ AppDelegate::AppDelegate(Dependencias d, QObject* parent)
       m_intencao({d.viewModel, d.janelas, m_menu, d.pidProprio, d.paineis}),
       m_posDitado({d.config, d.viewModel, m_menu, m_intencao, m_atalhos.contexto(), d.intencao, d.paineis})
 {
+    if (d.pendentes)
+        m_pendentes = std::make_unique<NotificacoesPendentes>(d.notificacoes, *d.pendentes, d.viewModel.speechManager(),
+                                                              m_atalhos);
 }
 
 void AppDelegate::liberar()

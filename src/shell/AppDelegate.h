@@ -3,6 +3,7 @@
 #include "shell/FluxoIntencao.h"
 #include "shell/FluxoMenuAcoes.h"
 #include "shell/FluxoPosDitado.h"
+#include "shell/NotificacoesPendentes.h"
 #include "shell/NotificacoesSugestoes.h"
 #include "shell/RoteadorAtalhos.h"
 
@@ -18,6 +19,7 @@ class AIProvider;
 class AreaTransferencia;
 class AtalhosGlobais;
 class Configuracoes;
+class DitadosPendentes;
 class Insercao;
 class IntentDetectionService;
 class Janelas;
@@ -47,6 +49,8 @@ public:
         IntentDetectionService* intencao = nullptr;
         std::function<std::unique_ptr<AIProvider>()> provedorIA;
         PaineisFlutuantes* paineis = nullptr;
+        // Failed dictations kept for a retry; without it nothing is offered.
+        DitadosPendentes* pendentes = nullptr;
     };
 
     explicit AppDelegate(Dependencias deps, QObject* parent = nullptr);
@@ -56,6 +60,7 @@ public:
     FluxoMenuAcoes& menu() { return m_menu; }
     FluxoIntencao& intencao() { return m_intencao; }
     FluxoPosDitado& posDitado() { return m_posDitado; }
+    NotificacoesPendentes* pendentes() { return m_pendentes.get(); }
 
     // Termination: hotkeys, panels and the AI task released.
     void liberar();
@@ -66,6 +71,7 @@ private:
     FluxoMenuAcoes m_menu;
     FluxoIntencao m_intencao;
     FluxoPosDitado m_posDitado;
+    std::unique_ptr<NotificacoesPendentes> m_pendentes;
 };
 
 } // namespace sonvo

@@ -103,6 +103,8 @@ QCoro::Task<> NotificacoesSugestoes::dispararNotificacaoTier2(QString ouvido, QS
 
 void NotificacoesSugestoes::responderNotificacao(const QString& acao, const QVariantMap& userInfo)
 {
+    if (!userInfo.contains(QStringLiteral("ouvido")))
+        return; // another kind of notification
     const QString ouvido = userInfo.value(QStringLiteral("ouvido")).toString();
     const QString escrever = userInfo.value(QStringLiteral("escrever")).toString();
     const bool tier1 = acao == u"VOCAB_ADD";

@@ -181,6 +181,7 @@ void RoteadorAtalhos::acionar(bool actionMenu, bool debounce)
     SpeechManager& speech = m_d.viewModel.speechManager();
     speech.pularInsercao = actionMenu && m_d.config.booleano(Interruptores::actionMenu);
     speech.contextoBundleID = m_contexto.bundleID;
+    speech.atalhoUsado = actionMenu ? kRotuloMenu : kRotuloDireto;
     Log::tag("HotKey", QStringLiteral("trigger %@ (actionMenu=%d) state=%@"),
              {actionMenu ? kRotuloMenu : kRotuloDireto, actionMenu ? 1 : 0, m_d.viewModel.state().descricao()});
     speech.alternar();
@@ -193,7 +194,25 @@ void RoteadorAtalhos::startStopRecording()
     // flag above cleared nothing would route a held-back text, and it would be lost.
     SpeechManager& speech = m_d.viewModel.speechManager();
     speech.pularInsercao = false;
+    speech.atalhoUsado = QStringLiteral("menu da bandeja");
     speech.alternar();
+}
+
+bool RoteadorAtalhos::retentarPendente(const DitadoPendente& pendente)
+{
+    SpeechManager& speech = m_d.viewModel.speechManager();
+    const RecordingState::Caso caso = speech.recordingState().caso;
+    if (caso == RecordingState::Caso::recording || caso == RecordingState::Caso::transcribing) {
+        Log::tag("Pendentes", QStringLiteral("ditado em andamento — tentativa ignorada: %@"), {pendente.id});
+        return false;
+    }
+    const auto frente = m_d.janelas.daFrente();
+    m_contexto.foiMenu = false;
+    m_contexto.selecao.reset();
+    m_contexto.bundleID = frente && frente->pid != m_d.pidProprio ? frente->id : std::nullopt;
+    speech.pularInsercao = false;
+    speech.contextoBundleID = m_contexto.bundleID;
+    return speech.retentar(pendente);
 }
 
 } // namespace sonvo

@@ -15,6 +15,7 @@
 namespace sonvo {
 
 class AreaTransferencia;
+struct DitadoPendente;
 class Configuracoes;
 class Janelas;
 class RecordingViewModel;
@@ -58,6 +59,9 @@ public:
     std::optional<QString> readSelectedText();
     // The menu entry: toggles without capturing any context.
     void startStopRecording();
+    // A kept dictation, transcribed again and pasted into the application in front now (the one
+    // it was dictated into may be gone). False while a dictation is under way.
+    bool retentarPendente(const DitadoPendente& pendente);
     QString recordMenuTitle() const;
 
     const ContextoDitado& contexto() const { return m_contexto; }

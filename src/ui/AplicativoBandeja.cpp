@@ -18,6 +18,7 @@
 #include "shell/RecordingViewModel.h"
 #include "ui/DiagnosticoDesktop.h"
 #include "ui/IconeBandeja.h"
+#include "ui/MenuPendentes.h"
 #include "ui/Onboarding.h"
 #include "ui/PaineisDesktop.h"
 #include "ui/Preferencias.h"
@@ -130,8 +131,10 @@ int executarAplicativo(int argc, char** argv)
     InsertBuffer buffer;
     InsertionService insercao(*plataforma.clipboard, *plataforma.janelas, *plataforma.teclas, buffer,
                               QCoreApplication::applicationPid(), {}, plataforma.notificacoes.get());
+    DitadosPendentes pendentes(pasta);
     SpeechManager speech(SpeechManager::Dependencias{config, rede, pasta, *plataforma.audio, insercao, *plataforma.som,
-                                                     vocabulario, historico, QString(), nullptr});
+                                                     vocabulario, historico, QString(), nullptr, std::chrono::seconds(60),
+                                                     std::chrono::minutes(2), &pendentes});
     RecordingViewModel viewModel(speech);
     IntentDetectionService intencao(config, rede, pasta);
     VocabularyAuditService auditoria(config, rede, pasta, historico);
@@ -144,7 +147,7 @@ int executarAplicativo(int argc, char** argv)
     AppDelegate delegate(AppDelegate::Dependencias{
         config, viewModel, *plataforma.janelas, *plataforma.clipboard, *plataforma.atalhos, *plataforma.notificacoes,
         vocabulario, QCoreApplication::applicationPid(), std::chrono::steady_clock::now, &insercao, &intencao,
-        [&config, &rede, pasta] { return AIService::currentProvider(config, rede, pasta); }, &paineis});
+        [&config, &rede, pasta] { return AIService::currentProvider(config, rede, pasta); }, &paineis, &pendentes});
 
     // The tray icon and its menu.
     QSystemTrayIcon bandeja;
@@ -178,6 +181,10 @@ int executarAplicativo(int argc, char** argv)
         janelaPreferencias->raise();
         janelaPreferencias->activateWindow();
     };
+    ui::MenuPendentes menuPendentes(pendentes, [&delegate](const DitadoPendente& d) { delegate.atalhos().retentarPendente(d); });
+    menu.addMenu(&menuPendentes);
+    // A dictation kept or retried changes the list whatever the folder watcher says.
+    QObject::connect(&viewModel, &RecordingViewModel::stateChanged, &menuPendentes, &ui::MenuPendentes::atualizar);
     QAction* preferencias = menu.addAction(QStringLiteral("Preferências…"), &menu, openPreferences);
     preferencias->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
     menu.addSeparator();

@@ -1,6 +1,7 @@
 // `sonvo` as a user runs it: arguments, exit statuses, what each command prints and what reaches
 // standard error. What lies underneath is tested in tests/unit; here, one case per command.
 #include "core/KeychainService.h"
+#include "dictation/DitadosPendentes.h"
 #include "dictation/TranscriptionHistory.h"
 #include "platform/dbus/ControleRemotoDBus.h"
 #include "support/Ambiente.h"
@@ -15,6 +16,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <gtest/gtest.h>
 
@@ -258,6 +260,65 @@ TEST_F(Cli, TranscreverImprimeOTextoCorrigidoENuncaMexeNoArquivoDoUsuario)
     // The pipeline deletes the WAV it is given: it got a copy, gone either way.
     EXPECT_EQ(lerArquivo(wav), audio);
     EXPECT_TRUE(QDir(tmp).isEmpty()) << QDir(tmp).entryList().join(u' ').toStdString();
+}
+
+TEST_F(Cli, PendentesRetentarEDescartar)
+{
+    EXPECT_EQ(ok(a({"pendentes"})), "Nenhum ditado pendente\n");
+    EXPECT_EQ(rodar(a({"retentar"})).erro, "Nenhum ditado pendente\n");
+    EXPECT_EQ(rodar(a({"descartar", "1"})).erro, "Não há ditado pendente 1 (veja: sonvo pendentes)\n");
+    // Two kept dictations (2.5 s of tone each), the newer one first in the list.
+    DitadosPendentes pendentes(dados);
+    for (const char* erro : {"Erro: sem conexão", "Erro 500: falhou"}) {
+        const QString wav = tmp + "/d.wav";
+        ASSERT_TRUE(gravarArquivo(wav, wavSintetico(48000, 1, 2.5)));
+        ASSERT_TRUE(pendentes.guardar(wav, DitadoPendente{{}, {}, {}, "kate", erro, "Super+Shift+T", 0}).ok());
+    }
+    const QStringList linhas = QString::fromUtf8(ok(a({"pendentes"}))).split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(linhas.size(), 2);
+    EXPECT_TRUE(QRegularExpression("^1  \\d\\d/\\d\\d/\\d{4} \\d\\d:\\d\\d  0:03  Erro 500: falhou$").match(linhas[0]).hasMatch()) << linhas[0].toStdString();
+    EXPECT_TRUE(linhas[1].startsWith("2  ") && linhas[1].endsWith("  Erro: sem conexão"));
+
+    struct Uso { QStringList args; int codigo; QByteArray erro; };
+    const Uso usos[] = {
+        {a({"retentar", "3"}), 1, "Não há ditado pendente 3 (veja: sonvo pendentes)\n"},
+        {a({"descartar"}), 2, "Uso: sonvo descartar N|--todos (veja: sonvo --help)\n"},
+        {a({"descartar", "1", "--todos"}), 2, "Uso: sonvo descartar N|--todos (veja: sonvo --help)\n"},
+    };
+    for (const Uso& u : usos) {
+        const auto r = rodar(u.args);
+        EXPECT_TRUE(r.codigo == u.codigo && r.erro == u.erro) << r.codigo << " " << r.erro.constData();
+    }
+    EXPECT_EQ(pendentes.listar().size(), 2);
+
+    // Without a key the retry fails: exit 1, the cause, and the dictation stays with it.
+    auto r = rodar(a({"retentar"}));
+    EXPECT_TRUE(r.codigo == 1 && r.erro == kIndisponivel) << r.codigo << r.erro.constData();
+    EXPECT_EQ(pendentes.listar().value(0).erro, QString::fromUtf8(kIndisponivel).trimmed());
+    chaveOpenAI();
+    ok(a({"vocabulario", "adicionar", "kate", "Kate", "--app", "kate"}));
+    servidor.enfileirar(Resposta::json(200, R"({"text":"abri o kate"})"));
+    EXPECT_EQ(ok(a({"retentar", "2"})), "abri o Kate\n") << "the app it was dictated for keeps its vocabulary";
+    ASSERT_EQ(pendentes.listar().size(), 1);
+    EXPECT_EQ(pendentes.listar().value(0).erro, QString::fromUtf8(kIndisponivel).trimmed());
+    EXPECT_EQ(servidor.requisicoes().size(), 1);
+
+    ok(a({"descartar", "--todos"}));
+    EXPECT_TRUE(QDir(pendentes.pasta()).isEmpty());
+}
+
+TEST_F(Cli, TranscreverSilencioNaoEnviaNada)
+{
+    chaveOpenAI();
+    const QString wav = tmp + "/silencio.wav";
+    QByteArray silencio = wavSintetico(48000, 1, 2);
+    silencio.replace(44, silencio.size() - 44, QByteArray(silencio.size() - 44, '\0'));
+    ASSERT_TRUE(gravarArquivo(wav, silencio));
+    const auto r = rodar(a({"transcrever", wav}));
+    EXPECT_TRUE(r.codigo == 1 && r.erro == "Nenhuma fala detectada\n" && r.saida.isEmpty()) << r.codigo << r.erro.constData();
+    EXPECT_TRUE(servidor.requisicoes().isEmpty());
+    EXPECT_EQ(lerArquivo(wav), silencio);
+    EXPECT_FALSE(QDir(dados + "/pendentes").exists() && !QDir(dados + "/pendentes").isEmpty());
 }
 
 TEST_F(Cli, AlternarChegaAoSonvoAbertoPeloBarramentoEAutoinicioPelaEntradaDoUsuario)

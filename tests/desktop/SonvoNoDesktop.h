@@ -38,6 +38,8 @@ protected:
             sonvo.waitForFinished(2000);
         }
         soltarTeclas();
+        tocador.kill();
+        tocador.waitForFinished(2000);
     }
 
     QString arquivo(const QString& nome) const { return amb.raiz() + u'/' + nome; }
@@ -47,6 +49,15 @@ protected:
     std::unique_ptr<Auxiliar> abrirAlvo(const QStringList& extra = {}) { return desktop::abrirAlvo(arquivo("alvo"_t), extra); }
 
     void gravarFala(const QString& texto) { ASSERT_EQ(rodar("espeak-ng"_t, {"-v"_t, "pt-br"_t, "-w"_t, fala, texto}).codigo, 0); }
+    // A steady tone in the virtual microphone for a minute (until the test ends), for tests
+    // where the words do not matter but silence would not be sent.
+    void tocarTom()
+    {
+        const QString tom = arquivo("tom.wav"_t);
+        EXPECT_EQ(rodar("sox"_t, {"-n"_t, "-r"_t, "48000"_t, "-c"_t, "2"_t, tom, "synth"_t, "60"_t, "sine"_t, "300"_t, "vol"_t, "0.2"_t}).codigo, 0);
+        tocador.start("paplay"_t, {"-d"_t, "vsink"_t, tom});
+        EXPECT_TRUE(tocador.waitForStarted());
+    }
     void tecla(const char* combinacao) { ASSERT_TRUE(xdotool({"key"_t, QString::fromLatin1(combinacao)})); }
     // Starts the tray application and waits until its start-up has run (the notification server
     // answered) and its hotkeys are set up.
@@ -88,6 +99,7 @@ protected:
     QString temporaria = amb.raiz() + "/tmp"_t;
     QString fala = amb.raiz() + "/fala.wav"_t;
     QProcess sonvo;
+    QProcess tocador;
 };
 
 } // namespace sonvo::teste::desktop

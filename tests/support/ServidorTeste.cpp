@@ -386,6 +386,12 @@ void ServidorTeste::enfileirar(const Resposta& r)
     m->fila.append(r);
 }
 
+void ServidorTeste::esvaziarFila()
+{
+    QMutexLocker l(&m->mutex);
+    m->fila.clear();
+}
+
 void ServidorTeste::definirPadrao(const Resposta& r)
 {
     QMutexLocker l(&m->mutex);

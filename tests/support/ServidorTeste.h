@@ -76,6 +76,7 @@ public:
     QUrl url() const; // http://127.0.0.1:<porta>
 
     void enfileirar(const Resposta& r);
+    void esvaziarFila();
     void definirPadrao(const Resposta& r);
     void guardarCorpos(bool guardar); // off: bodies are counted, not kept (benchmarks)
 

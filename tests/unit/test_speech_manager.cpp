@@ -1,6 +1,7 @@
 #include "core/Configuracoes.h"
 #include "core/KeychainService.h"
 #include "core/Log.h"
+#include "dictation/DeteccaoFala.h"
 #include "dictation/Insercao.h"
 #include "dictation/NivelAudio.h"
 #include "dictation/SpeechManager.h"
@@ -13,12 +14,17 @@
 #include "vocabulary/VocabularyService.h"
 
 #include <QDir>
+#include <QJsonDocument>
 #include <QNetworkAccessManager>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QtEndian>
 #include <gtest/gtest.h>
 
+#include <sndfile.h>
+
 #include <atomic>
+#include <random>
 #include <cmath>
 #include <thread>
 
@@ -35,6 +41,7 @@ namespace {
 class MicrofoneFalso : public EntradaAudio {
 public:
     FormatoAudio fmt{44100, 2};
+    std::atomic<float> amplitude{0.5f};
     std::optional<QString> erroFormato, erroInicio;
     std::atomic<int> blocos{0};
 
@@ -57,7 +64,7 @@ public:
                 for (size_t i = 0; i < 1024; ++i, ++n)
                     for (int c = 0; c < fmt.canais; ++c)
                         buf[i * static_cast<size_t>(fmt.canais) + static_cast<size_t>(c)] =
-                            0.5f * static_cast<float>(std::sin(2 * M_PI * 440.0 * static_cast<double>(n) / fmt.taxa));
+                            amplitude * static_cast<float>(std::sin(2 * M_PI * 440.0 * static_cast<double>(n) / fmt.taxa));
                 bloco(buf.data(), 1024);
                 ++blocos;
                 std::this_thread::sleep_for(2ms);
@@ -90,6 +97,7 @@ struct Pipeline : ::testing::Test {
     TranscriptionHistory historico{pastaDados};
     QString temporaria = amb.raiz() + u"/tmp"_s;
     std::optional<FallbackTranscriptionService::Reconhecedor> reconhecedor;
+    DitadosPendentes pendentes{pastaDados};
     std::unique_ptr<SpeechManager> sm;
 
     void SetUp() override
@@ -108,7 +116,7 @@ struct Pipeline : ::testing::Test {
     {
         sm = std::make_unique<SpeechManager>(SpeechManager::Dependencias{
             config, rede, pastaDados, mic, insercao, som, vocab, historico, temporaria,
-            [this] { return reconhecedor; }, 5s, prazoLocal});
+            [this] { return reconhecedor; }, 5s, prazoLocal, &pendentes});
     }
     void chave(const QString& k) { ASSERT_FALSE(KeychainService(pastaDados).salvarChave(u"openai_api_key"_s, k).has_value()); }
     // A stand-in for whisper-cli: checks its arguments and the file it is given, then answers.
@@ -131,6 +139,7 @@ struct Pipeline : ::testing::Test {
     {
         sm->startRecording();
         ASSERT_EQ(sm->recordingState().caso, Caso::recording) << sm->recordingState().mensagem.toStdString();
+        blocos = std::max(blocos, mic.blocos + 12); // 0.28 s of tone: speech, not silence
         while (mic.blocos < blocos)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
         sm->stopRecording();
@@ -296,13 +305,16 @@ TEST_F(Pipeline, PararSemGravarEAlternar)
     servidor.definirPadrao(Resposta::json(200, R"({"text":"ok"})"));
     sm->alternar(); // error -> starts
     EXPECT_EQ(sm->recordingState().caso, Caso::recording);
+    const int minimo = mic.blocos + 12;
+    while (mic.blocos < minimo)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     sm->alternar(); // recording -> stops
     EXPECT_EQ(sm->recordingState().caso, Caso::transcribing);
     sm->alternar(); // transcribing -> ignored
     EXPECT_EQ(sm->recordingState().caso, Caso::transcribing);
     ASSERT_TRUE(esperar(Caso::completed));
 
-    // A hundred quick toggles: every dictation ends, none leaves a file behind.
+    // A hundred quick toggles: every dictation ends (too short ones as silence), none leaves a file behind.
     for (int i = 0; i < 100; ++i) {
         sm->alternar();
         QCoreApplication::processEvents();
@@ -310,7 +322,8 @@ TEST_F(Pipeline, PararSemGravarEAlternar)
     girarAte([&] { return sm->recordingState().caso != Caso::transcribing; }, 10000);
     if (sm->recordingState().caso == Caso::recording)
         sm->alternar();
-    ASSERT_TRUE(esperar(Caso::completed));
+    ASSERT_TRUE(girarAte([&] { return sm->recordingState() == RecordingState::completed()
+                                   || sm->recordingState() == RecordingState::error(u"Nenhuma fala detectada"_s); }));
     EXPECT_TRUE(semWavTemporario());
 }
 
@@ -325,6 +338,226 @@ TEST_F(Pipeline, SugestaoTier2Anunciada)
     // Only the best suggestion is proposed.
     ASSERT_EQ(candidatos.size(), 1);
     EXPECT_EQ(candidatos[0], (QVariantList{u"Klaude"_s, u"claude"_s, 4}));
+}
+
+// ---- failed dictations kept ----
+
+TEST_F(Pipeline, FalhaGuardaOAudioETentarDeNovoColaEApaga)
+{
+    chave(u"sk"_s);
+    sm->contextoBundleID = u"kate"_s;
+    sm->atalhoUsado = u"Super+Shift+T"_s;
+    QStringList ordem;
+    QObject::connect(sm.get(), &SpeechManager::ditadoGuardado, [&](const DitadoPendente& d) { ordem << u"guardado "_s + d.erro; });
+    QObject::connect(sm.get(), &SpeechManager::recordingStateChanged, [&](const RecordingState& e) { ordem << (e.ehErro() ? u"erro"_s : QString()); });
+    servidor.enfileirar(Resposta::texto(503, "indisponível"));
+    gravarPor(2);
+    const QString kErro = u"Transcrição indisponível (sem conexão e sem reconhecimento local)"_s;
+    EXPECT_EQ(erroFinal(), kErro);
+    ordem.removeAll(QString());
+    EXPECT_EQ(ordem, (QStringList{u"guardado "_s + kErro, u"erro"_s})) << "the notification's item exists before the error shows";
+    EXPECT_TRUE(semWavTemporario());
+    ASSERT_EQ(pendentes.listar().size(), 1);
+    const DitadoPendente d = pendentes.listar().first();
+    EXPECT_EQ(d.app, u"kate"_s);
+    EXPECT_EQ(d.erro, kErro);
+    EXPECT_EQ(d.atalho, u"Super+Shift+T"_s);
+    EXPECT_GT(d.duracao, 0.25);
+    EXPECT_EQ(QFile::permissions(d.audio) & 0x7077, QFile::ReadOwner | QFile::WriteOwner) << "0600";
+    EXPECT_EQ(QFile::permissions(pendentes.pasta()) & 0x7077, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner) << "0700";
+    EXPECT_TRUE(QJsonDocument::fromJson(lerArquivo(pendentes.pasta() + u'/' + d.id + u".json"_s))["quando"].toString().endsWith(u'Z'));
+
+    // The retry succeeds (its failing again is the command line's test): pasted, in the history, and gone.
+    sm->contextoBundleID = u"firefox"_s;
+    servidor.enfileirar(Resposta::json(200, R"({"text":"texto recuperado"})"));
+    ASSERT_TRUE(sm->retentar(d));
+    ASSERT_TRUE(esperar(Caso::completed)) << sm->recordingState().mensagem.toStdString();
+    EXPECT_EQ(insercao.textos(), QStringList{u"texto recuperado"_s});
+    EXPECT_EQ(historico.lerUltimas(1).value(0).bundleID, u"firefox"_s);
+    EXPECT_TRUE(pendentes.listar().isEmpty());
+    EXPECT_TRUE(QDir(pendentes.pasta()).entryList(QDir::Files | QDir::Hidden).isEmpty());
+}
+
+TEST_F(Pipeline, LimitesDosPendentesDescartamOsMaisAntigos)
+{
+    QDateTime agora = QDateTime(QDate(2026, 11, 23), QTime(10, 0), Qt::UTC);
+    DitadosPendentes p(pastaDados, [&] { return agora; });
+    auto guardar = [&](qint64 bytes) {
+        const QString f = temporaria + u"/a.wav"_s;
+        QFile arquivo(f); // sparse: the byte limit is tested without writing 500 MB
+        EXPECT_TRUE(arquivo.open(QIODevice::WriteOnly) && arquivo.resize(bytes));
+        agora = agora.addSecs(60);
+        return p.guardar(f, DitadoPendente{{}, {}, {}, std::nullopt, u"Erro: sem conexão"_s, std::nullopt, 0}).valor().id;
+    };
+    QStringList ids;
+    for (int i = 0; i < DitadosPendentes::kMaximo + 2; ++i)
+        ids << guardar(10);
+    QStringList restantes;
+    for (const DitadoPendente& d : p.listar())
+        restantes.prepend(d.id);
+    EXPECT_EQ(restantes, ids.mid(2)) << "20 at most, the two oldest dropped";
+    EXPECT_EQ(p.listar().first().erro, u"Erro: sem conexão"_s);
+
+    // Bytes: one recording over the limit drops everything older, never itself.
+    const QString grande = guardar(DitadosPendentes::kBytesMaximos / 2);
+    EXPECT_EQ(p.listar().size(), DitadosPendentes::kMaximo);
+    guardar(DitadosPendentes::kBytesMaximos / 2 + 1);
+    ASSERT_EQ(p.listar().size(), 1);
+    EXPECT_NE(p.listar().first().id, grande);
+    EXPECT_TRUE(log().contains(u"ditado pendente mais antigo descartado (limite de 20 ditados ou 500 MB): "_s + ids.first()));
+
+    // A copy interrupted before its rename leaves only a hidden temporary, never a listed dictation;
+    // an audio whose JSON is gone is still listed.
+    ASSERT_TRUE(gravarArquivo(p.pasta() + u"/.x.wav.AbC123"_s, "meio"));
+    QFile::remove(p.pasta() + u'/' + p.listar().first().id + u".json"_s);
+    ASSERT_EQ(p.listar().size(), 1);
+    EXPECT_TRUE(p.listar().first().erro.isEmpty());
+}
+
+// ---- silence ----
+
+namespace {
+bool gravarWavFloat(const QString& caminho, int taxa, const std::vector<float>& amostras)
+{
+    SF_INFO info{};
+    info.samplerate = taxa;
+    info.channels = 1;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    SNDFILE* f = sf_open(QFile::encodeName(caminho).constData(), SFM_WRITE, &info);
+    if (!f)
+        return false;
+    const auto n = static_cast<sf_count_t>(amostras.size());
+    const bool ok = sf_writef_float(f, amostras.data(), n) == n;
+    sf_close(f);
+    return ok;
+}
+
+std::vector<float> sinal(double segundos, const std::function<float(double)>& f, int taxa = 48000)
+{
+    std::vector<float> v(static_cast<size_t>(segundos * taxa));
+    for (size_t i = 0; i < v.size(); ++i)
+        v[i] = f(static_cast<double>(i) / taxa);
+    return v;
+}
+} // namespace
+
+TEST(DeteccaoDeFala, SinaisGeradosEVozDoEspeak)
+{
+    AmbienteTemporario amb;
+    std::mt19937 gerador(7);
+    const double amplitudeRuido = std::pow(10.0, -50.0 / 20.0) * std::sqrt(3.0); // uniform noise at -50 dBFS RMS
+    std::uniform_real_distribution<float> ruido(static_cast<float>(-amplitudeRuido), static_cast<float>(amplitudeRuido));
+    auto tom = [](double db) { return [a = std::pow(10.0, db / 20.0) * std::sqrt(2.0)](double t) { return static_cast<float>(a * std::sin(2 * M_PI * 220 * t)); }; };
+    struct Caso {
+        const char* nome;
+        std::vector<float> amostras;
+        bool fala;
+    };
+    const Caso casos[] = {
+        {"silêncio digital", sinal(3, [](double) { return 0.0f; }), false},
+        {"ruído de sala a -50 dBFS", sinal(3, [&](double) { return ruido(gerador); }), false},
+        {"estalo de 60 ms", sinal(3, [&](double t) { return t > 1 && t < 1.06 ? 0.8f : ruido(gerador); }), false},
+        {"tom a -35 dBFS", sinal(3, tom(-35)), true},
+        {"meio segundo de voz no ruído", sinal(3, [&](double t) { return (t > 1 && t < 1.5 ? tom(-25)(t) : 0.0f) + ruido(gerador); }), true},
+    };
+    for (const Caso& c : casos) {
+        SCOPED_TRACE(c.nome);
+        const QString f = amb.raiz() + u"/s.wav"_s;
+        ASSERT_TRUE(gravarWavFloat(f, 48000, c.amostras));
+        const auto a = analisarFala(f);
+        ASSERT_TRUE(a.ok());
+        EXPECT_NEAR(a.valor().duracao, 3.0, 0.001);
+        EXPECT_EQ(a.valor().temFala(), c.fala) << a.valor().segundosComFala;
+    }
+    EXPECT_FALSE(analisarFala(amb.raiz() + u"/nao-existe.wav"_s).ok());
+
+    // Real speech: espeak-ng's Brazilian voice.
+    const QString voz = amb.raiz() + u"/voz.wav"_s;
+    ASSERT_EQ(QProcess::execute(u"espeak-ng"_s, {u"-v"_s, u"pt-br"_s, u"-w"_s, voz, u"Bom dia, vamos ditar um texto curto."_s}), 0);
+    const auto a = analisarFala(voz);
+    ASSERT_TRUE(a.ok());
+    EXPECT_TRUE(a.valor().segundosComFala > 1.0 && a.valor().segundosComFala < a.valor().duracao) << a.valor().segundosComFala;
+}
+
+TEST(DeteccaoDeFala, RespostasTipicasDeSilencio)
+{
+    const AnaliseFala pouca{3.0, 0.5}, muita{10.0, 6.0};
+    struct Caso {
+        const char* texto;
+        std::optional<QString> prompt;
+        AnaliseFala analise;
+        bool alucinacao;
+    };
+    const Caso casos[] = {
+        {"Obrigado.", std::nullopt, pouca, true},
+        {"  obrigada!  ", std::nullopt, pouca, true},
+        {"Obrigado.", std::nullopt, muita, false}, // a real thank-you, said at length
+        {"Legendas pela comunidade Amara.org", std::nullopt, pouca, true},
+        {"Obrigado pela ajuda com o relatório", std::nullopt, pouca, false},
+        {"Kubernetes, Sonvo, Hyprland.", u"Kubernetes, Sonvo, Hyprland"_s, muita, true},
+        {"Kubernetes no Hyprland", u"Kubernetes, Sonvo, Hyprland"_s, pouca, false},
+        {"", u""_s, pouca, false},
+    };
+    for (const Caso& c : casos) {
+        SCOPED_TRACE(c.texto);
+        EXPECT_EQ(pareceAlucinacao(QString::fromUtf8(c.texto), c.prompt, c.analise), c.alucinacao);
+    }
+}
+
+TEST_F(Pipeline, SilencioOuRespostaDeSilencioNaoColaNemGuarda)
+{
+    chave(u"sk"_s);
+    mic.amplitude = 0.0f;
+    gravarPor(20);
+    EXPECT_EQ(erroFinal(), u"Nenhuma fala detectada"_s);
+    EXPECT_TRUE(servidor.requisicoes().isEmpty()) << "silence is never uploaded";
+
+    // Speech under a second answered with a stock phrase: dropped the same way.
+    mic.amplitude = 0.5f;
+    servidor.enfileirar(Resposta::json(200, R"({"text":"Legendas pela comunidade Amara.org"})"));
+    gravarPor(2);
+    EXPECT_EQ(erroFinal(), u"Nenhuma fala detectada"_s);
+    EXPECT_EQ(servidor.requisicoes().size(), 1);
+    EXPECT_TRUE(insercao.textos().isEmpty());
+    EXPECT_TRUE(historico.lerUltimas(5).isEmpty());
+    EXPECT_TRUE(pendentes.listar().isEmpty());
+    EXPECT_TRUE(semWavTemporario());
+}
+
+// ---- long recordings ----
+
+TEST_F(Pipeline, GravacoesLongasVaoEmOpusDecodificavelComADuracaoCerta)
+{
+    chave(u"sk"_s);
+    for (const double minutos : {3.0, 20.0}) {
+        SCOPED_TRACE(minutos);
+        // Half a second of "speech" (a tone) in every two seconds, at 48 kHz float like the microphone.
+        const QString wav = temporaria + u"/longa.wav"_s;
+        ASSERT_TRUE(gravarWavFloat(wav, 48000, sinal(minutos * 60, [](double t) {
+            return std::fmod(t, 2.0) < 0.5 ? 0.3f * static_cast<float>(std::sin(2 * M_PI * 330 * t)) : 0.0f;
+        })));
+        ASSERT_GT(QFileInfo(wav).size(), SpeechManager::kLimiteEnvioWav);
+        servidor.enfileirar(Resposta::json(200, R"({"text":"longo"})"));
+        sm->transcreverArquivo(wav);
+        ASSERT_TRUE(esperar(Caso::completed, 240000)) << sm->recordingState().mensagem.toStdString();
+
+        const Requisicao r = servidor.requisicoes().last();
+        EXPECT_LT(r.corpo.size(), 25'000'000);
+        const auto partes = r.partes();
+        ASSERT_TRUE(partes.has_value());
+        EXPECT_EQ(partes->value(0).nomeArquivo, QByteArray("audio.ogg"));
+        EXPECT_EQ(partes->value(0).tipoConteudo, QByteArray("audio/ogg"));
+        const QString recebido = amb.raiz() + u"/recebido.ogg"_s;
+        ASSERT_TRUE(gravarArquivo(recebido, partes->value(0).dados));
+        SF_INFO info{};
+        SNDFILE* f = sf_open(QFile::encodeName(recebido).constData(), SFM_READ, &info);
+        ASSERT_NE(f, nullptr) << sf_strerror(nullptr);
+        sf_close(f);
+        EXPECT_TRUE(info.samplerate == 16000 && info.channels == 1);
+        EXPECT_NEAR(static_cast<double>(info.frames) / info.samplerate, minutos * 60, 0.05);
+        EXPECT_NEAR(analisarFala(recebido).valor().segundosComFala, minutos * 60 / 4, minutos * 60 / 40) << "the tone survived";
+        EXPECT_TRUE(semWavTemporario()) << "the recording and its compact copy are both gone";
+    }
 }
 
 TEST(NivelDeAudio, ExtremosEPortao)
