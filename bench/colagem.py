@@ -39,6 +39,9 @@ saida = pasta + "/alvo"
 nativo = "wayland" if os.environ.get("XDG_SESSION_TYPE") == "wayland" else "xcb"
 janela = subprocess.Popen([alvo, "--saida", saida, "--classe", "alvo-bench"], env=dict(env, QT_QPA_PLATFORM=nativo),
                           stdout=subprocess.DEVNULL)
+# A tone in the virtual microphone: a silent recording would not be sent at all.
+subprocess.run(["sox", "-n", "-r", "48000", "-c", "2", pasta + "/tom.wav", "synth", "600", "sine", "300", "vol", "0.2"], check=True)
+tom = subprocess.Popen(["paplay", "-d", "vsink", pasta + "/tom.wav"])
 time.sleep(3)  # the tray up, the target in front
 
 
@@ -65,5 +68,6 @@ try:
 finally:
     bandeja.terminate()
     janela.terminate()
+    tom.terminate()
 print("%s: %d rodadas, fim da transcrição até o texto no alvo: p50 %.1f ms, max %.1f ms"
       % (os.environ.get("XDG_SESSION_TYPE") or "x11", len(tempos), statistics.median(tempos), max(tempos)))
