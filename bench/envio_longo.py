@@ -64,7 +64,7 @@ def main():
     print("| Sonvo | gravação | WAV | enviado | parar → texto |")
     print("|---|---|---|---|---|")
     for sonvo in sys.argv[1:]:
-        subprocess.run([sonvo, "chave", "openai"], input=b"sk-bench", env=env, check=True)
+        subprocess.run([sonvo, "chave", "openai"], input=b"sk-bench", env=env, check=True, stdout=subprocess.DEVNULL)
         for nome, segundos in DURACOES:
             wav = pasta + "/gravacao.wav"
             gravar_wav(wav, segundos)
