@@ -56,7 +56,7 @@ public:
     Ditado(Contexto& ctx, EntradaAudio& audio, const std::optional<QString>& app, bool guardarFalhas)
         : m_pasta(Caminhos::pastaDados()), m_vocab(m_pasta, ctx.config), m_historico(m_pasta), m_pendentes(m_pasta),
           m_speech(SpeechManager::Dependencias{ctx.config, ctx.rede, m_pasta, audio, m_insercao, m_som, m_vocab, m_historico,
-                                               QDir::tempPath(), nullptr, std::chrono::seconds(60), std::chrono::minutes(2),
+                                               QString(), nullptr, std::chrono::seconds(60), std::chrono::minutes(2),
                                                guardarFalhas ? &m_pendentes : nullptr})
     {
         m_speech.pularInsercao = true;
@@ -173,7 +173,10 @@ QCoro::Task<int> comandoRetentar(Contexto& ctx)
     }
     EntradaAudioNula semMicrofone;
     Ditado ditado(ctx, semMicrofone, d->app, true);
-    ditado.speech().retentar(*d);
+    if (!ditado.speech().retentar(*d)) {
+        escreverErro(QStringLiteral("O ditado pendente ") + pos.value(0, QStringLiteral("1")) + QStringLiteral(" não existe mais"));
+        co_return falha;
+    }
     co_return co_await ditado.aguardarFim();
 }
 

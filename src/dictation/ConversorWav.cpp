@@ -132,6 +132,9 @@ std::optional<QString> reamostrar(const QString& origem, Escrever escrever)
         if (const auto erro = escrever(saida))
             return erro;
     }
+    // A read error looks like the end of the file: a cut recording must not pass for a whole one.
+    if (sf_error(entrada.f) != SF_ERR_NO_ERROR)
+        return QString::fromUtf8(sf_strerror(entrada.f));
     saida.clear();
     r.terminar(saida);
     return escrever(saida);

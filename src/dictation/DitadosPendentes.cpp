@@ -102,6 +102,8 @@ std::optional<DitadoPendente> DitadosPendentes::porId(const QString& id) const
 
 void DitadosPendentes::atualizarErro(const QString& id, const QString& erro)
 {
+    if (!QFileInfo::exists(m_pasta + u'/' + id + kExtensaoAudio))
+        return; // discarded meanwhile: no description without its audio
     const QString caminho = m_pasta + u'/' + id + kExtensaoDados;
     const auto json = Arquivos::ler(caminho);
     QJsonObject o = json ? QJsonDocument::fromJson(json.valor()).object() : QJsonObject();

@@ -184,7 +184,8 @@ int executarAplicativo(int argc, char** argv)
     ui::MenuPendentes menuPendentes(pendentes, [&delegate](const DitadoPendente& d) { delegate.atalhos().retentarPendente(d); });
     menu.addMenu(&menuPendentes);
     // A dictation kept or retried changes the list whatever the folder watcher says.
-    QObject::connect(&viewModel, &RecordingViewModel::stateChanged, &menuPendentes, &ui::MenuPendentes::atualizar);
+    QObject::connect(&viewModel, &RecordingViewModel::stateChanged, &menuPendentes, &ui::MenuPendentes::atualizar,
+                     Qt::QueuedConnection); // not from inside one of its own actions
     QAction* preferencias = menu.addAction(QStringLiteral("Preferências…"), &menu, openPreferences);
     preferencias->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
     menu.addSeparator();
