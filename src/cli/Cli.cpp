@@ -133,12 +133,17 @@ QString textoAjuda()
         "                                        no histórico e enfileira as sugestões\n"
         "  sonvo sugestoes [aprovar ID | rejeitar ID]\n"
         "                                        lista, aprova ou rejeita as sugestões\n"
-        "  sonvo chave openai|anthropic          lê a chave da entrada padrão (vazia: remove)\n"
+        "  sonvo chave openai|anthropic|groq|proprio\n"
+        "                                        lê a chave da entrada padrão (vazia: remove)\n"
+        "  sonvo servico [mostrar|usar openai|groq|proprio|url URL|modelo NOME|envio wav|opus|testar]\n"
+        "                                        o serviço de transcrição: qual, endereço, modelo,\n"
+        "                                        envio do áudio; testar manda 1 s de áudio sem fala\n"
         "  sonvo config [CHAVE [VALOR]]          lista, lê ou grava uma configuração\n"
         "  sonvo --help                          esta ajuda\n"
         "\n"
         "Variáveis de ambiente:\n"
         "  SONVO_OPENAI_BASE_URL, SONVO_ANTHROPIC_BASE_URL  servidores das APIs\n"
+        "  SONVO_TRANSCRICAO_MODELO                         modelo de transcrição (vale mais que a configuração)\n"
         "  SONVO_LOG_FILE                                   arquivo de log (padrão: /tmp/vozel.log)\n"
         "  XDG_DATA_HOME, XDG_CONFIG_HOME                   pastas de dados e de configuração\n"
         "\n"
@@ -158,6 +163,7 @@ struct Entrada {
 const Entrada kComandos[] = {
     {"chave", comandoChave},
     {"config", comandoConfig},
+    {"servico", comandoServico},
     {"transcrever", comandoTranscrever},
     {"corrigir", comandoCorrigir},
     {"vocabulario", comandoVocabulario},

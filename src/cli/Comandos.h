@@ -6,6 +6,7 @@ namespace sonvo::cli {
 
 QCoro::Task<int> comandoChave(Contexto& ctx);
 QCoro::Task<int> comandoConfig(Contexto& ctx);
+QCoro::Task<int> comandoServico(Contexto& ctx);
 QCoro::Task<int> comandoTranscrever(Contexto& ctx);
 QCoro::Task<int> comandoCorrigir(Contexto& ctx);
 QCoro::Task<int> comandoVocabulario(Contexto& ctx);

@@ -2,9 +2,12 @@
 #include "cli/Comandos.h"
 #include "core/Arquivos.h"
 #include "core/KeychainService.h"
+#include "dictation/ServicoTranscricao.h"
+#include "dictation/TesteTranscricao.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QUrl>
 
 #include <cstdio>
 #include <termios.h>
@@ -42,6 +45,10 @@ const ChaveConhecida kChaves[] = {
     {"whisperModelPath", TipoChave::texto},
     {"modoAtalho", TipoChave::texto, {QStringLiteral("alternar"), QStringLiteral("segurar")}},
     {"microfone", TipoChave::texto},
+    {"transcricaoServico", TipoChave::texto, {QStringLiteral("openai"), QStringLiteral("groq"), QStringLiteral("proprio")}},
+    {"transcricaoURL", TipoChave::texto},
+    {"transcricaoModelo", TipoChave::texto},
+    {"envioAudio", TipoChave::texto, {QStringLiteral("wav"), QStringLiteral("opus")}},
 };
 
 const ChaveConhecida* acharChave(const QString& nome)
@@ -98,9 +105,11 @@ QCoro::Task<int> comandoChave(Contexto& ctx)
 {
     const QStringList& pos = ctx.args.posicionais();
     if (pos.size() != 1)
-        co_return erroDeUso(QStringLiteral("Uso: sonvo chave openai|anthropic"));
+        co_return erroDeUso(QStringLiteral("Uso: sonvo chave openai|anthropic|groq|proprio"));
+    // The AI providers' accounts, and the transcription services' (OpenAI's is the same account).
     const auto provedor = Provedores::deRawValue(pos.first());
-    if (!provedor)
+    const auto servico = ServicoTranscricao::presetDe(pos.first());
+    if (!provedor && !servico)
         co_return erroDeUso(QStringLiteral("Provedor desconhecido: ") + pos.first());
 
     // Only the line end goes: the key is stored as typed.
@@ -110,12 +119,76 @@ QCoro::Task<int> comandoChave(Contexto& ctx)
     const QString chave = QString::fromUtf8(linha);
 
     const KeychainService keychain(Caminhos::pastaDados());
-    if (keychain.salvarChave(Provedores::contaChave(*provedor), chave)) {
-        escreverErro(Provedores::mensagemErroSalvar(*provedor));
+    const QString conta = provedor ? Provedores::contaChave(*provedor) : ServicoTranscricao::contaDe(*servico);
+    if (keychain.salvarChave(conta, chave)) {
+        escreverErro(provedor ? Provedores::mensagemErroSalvar(*provedor)
+                              : QStringLiteral("Não foi possível salvar a chave ") + ServicoTranscricao::nome(*servico));
         co_return falha;
     }
-    const QString nome = *provedor == AIProviderID::anthropic ? QStringLiteral("Anthropic") : QStringLiteral("OpenAI");
+    const QString nome = provedor ? (*provedor == AIProviderID::anthropic ? QStringLiteral("Anthropic") : QStringLiteral("OpenAI"))
+                                  : ServicoTranscricao::nome(*servico);
     escreverSaida(chave.isEmpty() ? QStringLiteral("Chave %1 removida.\n").arg(nome) : QStringLiteral("Chave %1 salva.\n").arg(nome));
+    co_return sucesso;
+}
+
+QCoro::Task<int> comandoServico(Contexto& ctx)
+{
+    static const QString kUso = QStringLiteral("Uso: sonvo servico [mostrar|usar openai|groq|proprio|url URL|modelo NOME|envio wav|opus|testar]");
+    if (const auto op = ctx.args.opcaoDesconhecida())
+        co_return erroDeUso(QStringLiteral("Opção desconhecida: ") + *op);
+    const QStringList pos = ctx.args.posicionais();
+    const QString acao = pos.value(0, QStringLiteral("mostrar"));
+    Configuracoes& config = ctx.config;
+    const bool semValor = acao == u"mostrar" || acao == u"testar";
+    if (pos.size() != (semValor ? (pos.isEmpty() ? 0 : 1) : 2))
+        co_return erroDeUso(kUso);
+    const QString valor = pos.value(1).trimmed();
+    if (acao == u"testar") {
+        const ResultadoTeste r = co_await testarServicoTranscricao(ctx.rede, config, Caminhos::pastaDados());
+        if (!r.ok) {
+            escreverErro(r.texto);
+            co_return falha;
+        }
+        escreverSaida(r.texto + u'\n');
+        co_return sucesso;
+    }
+    if (acao == u"usar") {
+        const auto preset = ServicoTranscricao::presetDe(valor);
+        if (!preset)
+            co_return erroDeUso(QStringLiteral("Serviço desconhecido: ") + valor + QStringLiteral(" (openai, groq ou proprio)"));
+        // The preset fills the address and the model again.
+        config.definir(QStringLiteral("transcricaoServico"), ServicoTranscricao::rawValue(*preset));
+        config.remover(QStringLiteral("transcricaoURL"));
+        config.remover(QStringLiteral("transcricaoModelo"));
+    } else if (acao == u"url") {
+        const QUrl url(valor, QUrl::StrictMode);
+        if (!url.isValid() || (url.scheme() != u"http" && url.scheme() != u"https") || url.host().isEmpty())
+            co_return erroDeUso(QStringLiteral("Endereço inválido: ") + valor + QStringLiteral(" (use http:// ou https:// seguido do servidor)"));
+        config.definir(QStringLiteral("transcricaoURL"), valor);
+    } else if (acao == u"modelo") {
+        if (valor.isEmpty())
+            co_return erroDeUso(kUso);
+        config.definir(QStringLiteral("transcricaoModelo"), valor);
+    } else if (acao == u"envio") {
+        if (valor != u"wav" && valor != u"opus")
+            co_return erroDeUso(QStringLiteral("Envio desconhecido: ") + valor + QStringLiteral(" (wav ou opus)"));
+        config.definir(QStringLiteral("envioAudio"), valor);
+    } else if (acao != u"mostrar") {
+        co_return erroDeUso(kUso);
+    }
+    if (!semValor && !config.sincronizar()) {
+        escreverErro(QStringLiteral("Não foi possível gravar as configurações"));
+        co_return falha;
+    }
+    const ServicoTranscricao s = ServicoTranscricao::ler(config);
+    const auto chaves = KeychainService(Caminhos::pastaDados()).carregar();
+    const bool temChave = chaves && !chaves.valor().value(s.contaChave).isEmpty();
+    const QString chave = temChave ? QStringLiteral("configurada")
+        : s.chaveOpcional()        ? QStringLiteral("nenhuma (não é necessária)")
+                                   : QStringLiteral("não configurada (sonvo chave ") + ServicoTranscricao::rawValue(s.preset) + u')';
+    escreverSaida(QStringLiteral("Serviço: %1\nEndereço: %2\nModelo: %3\nEnvio de áudio: %4\nChave: %5\n")
+                      .arg(ServicoTranscricao::nome(s.preset), s.endpoint().toString(), s.modelo,
+                           ServicoTranscricao::descricaoEnvio(s.compacto), chave));
     co_return sucesso;
 }
 

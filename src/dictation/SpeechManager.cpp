@@ -8,6 +8,7 @@
 #include "dictation/ConversorWav.h"
 #include "dictation/Insercao.h"
 #include "dictation/NivelAudio.h"
+#include "dictation/ServicoTranscricao.h"
 #include "dictation/TranscriptionHistory.h"
 #include "platform/EntradaAudio.h"
 #include "platform/Janelas.h"
@@ -30,14 +31,21 @@ namespace sonvo {
 SpeechManager::SpeechManager(Dependencias deps, QObject* parent) : QObject(parent), m_deps(std::move(deps))
 {
     qRegisterMetaType<sonvo::RecordingState>();
-    if (m_deps.pastaTemporaria.isEmpty())
-        m_deps.pastaTemporaria = QDir::tempPath();
+    // Recordings live beside the pending ones: keeping a failed one is a rename, never a copy of
+    // hundreds of megabytes from a tmpfs /tmp on the main thread.
+    if (m_deps.pastaTemporaria.isEmpty()) {
+        m_deps.pastaTemporaria = m_deps.pastaDados + QStringLiteral("/gravacoes");
+        Caminhos::garantirPasta(m_deps.pastaTemporaria);
+    }
 }
 
 SpeechManager::~SpeechManager()
 {
     m_deps.audio.parar();
     fecharArquivo();
+    // Quitting (or the session ending) during a transcription keeps the words for later.
+    if (m_estado.caso == RecordingState::Caso::transcribing && !m_pendente)
+        guardarAudio(QStringLiteral("O Sonvo foi fechado antes de terminar a transcrição"));
     removerArquivoTemporario();
 }
 
@@ -99,8 +107,10 @@ void SpeechManager::guardarAudio(const QString& erro)
     dados.atalho = atalhoUsado;
     const auto guardado = m_deps.pendentes->guardar(*m_arquivoAtual, dados);
     if (!guardado) {
-        Log::tag("Pendentes", QStringLiteral("não foi possível guardar o áudio: %@"), {guardado.erro()});
-        removerArquivoTemporario();
+        // Left where it was recorded: better a stray file than lost words.
+        Log::tag("Pendentes", QStringLiteral("não foi possível guardar o áudio (%@), mantido em %@"),
+                 {guardado.erro(), *m_arquivoAtual});
+        m_arquivoAtual.reset();
         return;
     }
     m_arquivoAtual.reset();
@@ -235,9 +245,10 @@ QCoro::Task<> SpeechManager::pipeline(QString arquivo)
         auto a = analisarFala(arquivo);
         return a ? std::optional(a.valor()) : std::nullopt;
     });
-    m_analise = co_await analise;
+    std::optional<AnaliseFala> analisada = co_await analise;
     if (!self)
         co_return;
+    m_analise = analisada;
     if (m_analise && !m_analise->temFala()) {
         Log::tag("Speech", QStringLiteral("sem fala: %.2f s de áudio, %.2f s acima do limiar"),
                  {m_analise->duracao, m_analise->segundosComFala});
@@ -251,17 +262,18 @@ QCoro::Task<> SpeechManager::pipeline(QString arquivo)
         falhar(QStringLiteral("Erro: ") + mapa.erro().descricao());
         co_return;
     }
-    const QString chave = mapa.valor().value(QStringLiteral("openai_api_key"));
-    if (chave.isEmpty()) {
+    const ServicoTranscricao servico = ServicoTranscricao::ler(m_deps.config);
+    const QString chave = mapa.valor().value(servico.contaChave);
+    if (chave.isEmpty() && !servico.chaveOpcional()) {
         co_await tentarFallback(arquivo, QStringLiteral("API key não configurada"));
         co_return;
     }
     m_prompt = m_deps.vocabulario.priorityTermsAsPrompt(contextoBundleID);
-    // Over the service's size limit as WAV, the recording goes compact; the WAV stays for the
-    // local fallback and for a retry.
+    // Compact when the user asks or when the WAV would be over the service's size limit; the WAV
+    // stays for the local fallback and for a retry.
     QString envio = arquivo;
     const qint64 tamanho = QFileInfo(arquivo).size();
-    if (tamanho > kLimiteEnvioWav) {
+    if (servico.compacto || tamanho > kLimiteEnvioWav) {
         const QString compacto = m_deps.pastaTemporaria + u'/' + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()
             + QStringLiteral(".ogg");
         QFuture<std::optional<QString>> conversao = QtConcurrent::run(converterParaOpus, arquivo, compacto);
@@ -279,7 +291,9 @@ QCoro::Task<> SpeechManager::pipeline(QString arquivo)
                      {static_cast<long long>(tamanho), static_cast<long long>(QFileInfo(compacto).size())});
         }
     }
-    WhisperService whisper(m_deps.rede, WhisperService::endpointPara(m_deps.config), m_deps.prazoNuvem);
+    // A slow uplink gets the time a long upload needs: 1 s more per 125 kB (1 Mbit/s).
+    const auto prazo = m_deps.prazoNuvem + std::chrono::milliseconds(QFileInfo(envio).size() / 125);
+    WhisperService whisper(m_deps.rede, servico.endpoint(), prazo, servico.modelo);
     const auto r = co_await whisper.transcrever(envio, chave, m_prompt);
     if (envio != arquivo)
         QFile::remove(envio);

@@ -44,7 +44,7 @@ public:
         SomEvento& som;
         VocabularyService& vocabulario;
         TranscriptionHistory& historico;
-        // Where temporary WAVs go; the system's temporary folder unless a test says otherwise.
+        // Where recordings are made; "gravacoes" in the data folder unless a test says otherwise.
         QString pastaTemporaria;
         // How the local recogniser is found (tests substitute their own).
         std::function<std::optional<FallbackTranscriptionService::Reconhecedor>()> localizarReconhecedor;

@@ -1,7 +1,6 @@
 #include "dictation/WhisperService.h"
 
 #include "core/Arquivos.h"
-#include "core/Endpoints.h"
 #include "core/Http.h"
 
 #include <QFileInfo>
@@ -30,14 +29,9 @@ bool apenasEspacosETabs(const QString& s)
 }
 } // namespace
 
-WhisperService::WhisperService(QNetworkAccessManager& rede, QUrl endpoint, std::chrono::milliseconds prazo)
-    : m_rede(rede), m_endpoint(std::move(endpoint)), m_prazo(prazo)
+WhisperService::WhisperService(QNetworkAccessManager& rede, QUrl endpoint, std::chrono::milliseconds prazo, QString modelo)
+    : m_rede(rede), m_endpoint(std::move(endpoint)), m_prazo(prazo), m_modelo(std::move(modelo))
 {
-}
-
-QUrl WhisperService::endpointPara(const Configuracoes& config)
-{
-    return Endpoints::juntar(Endpoints::baseOpenAI(config), QStringLiteral("/v1/audio/transcriptions"));
 }
 
 QString WhisperService::novoBoundary()
@@ -53,7 +47,7 @@ TipoAudio WhisperService::tipoDoArquivo(const QString& arquivo)
 }
 
 QPair<QByteArray, QByteArray> WhisperService::moldura(const QString& boundary, const std::optional<QString>& vocabularyHint,
-                                                      const TipoAudio& tipo)
+                                                      const TipoAudio& tipo, const QString& modelo)
 {
     const QByteArray b = boundary.toUtf8();
     const QByteArray separador = "--" + b + "\r\n";
@@ -64,7 +58,7 @@ QPair<QByteArray, QByteArray> WhisperService::moldura(const QString& boundary, c
     QByteArray depois = "\r\n";
     depois += separador;
     depois += "Content-Disposition: form-data; name=\"model\"\r\n\r\n";
-    depois += "whisper-1\r\n";
+    depois += modelo.toUtf8() + "\r\n";
     depois += separador;
     depois += "Content-Disposition: form-data; name=\"language\"\r\n\r\n";
     depois += "pt\r\n";
@@ -74,14 +68,20 @@ QPair<QByteArray, QByteArray> WhisperService::moldura(const QString& boundary, c
         depois += vocabularyHint->toUtf8(); // as given: its surrounding blanks are part of it
         depois += "\r\n";
     }
+    if (modelo != u"whisper-1") {
+        depois += separador;
+        depois += "Content-Disposition: form-data; name=\"response_format\"\r\n\r\n";
+        depois += "json\r\n";
+    }
     depois += "--" + b + "--\r\n";
     return {antes, depois};
 }
 
 QByteArray WhisperService::montarCorpo(const QByteArray& audio, const QString& boundary,
-                                       const std::optional<QString>& vocabularyHint, const TipoAudio& tipo)
+                                       const std::optional<QString>& vocabularyHint, const TipoAudio& tipo,
+                                       const QString& modelo)
 {
-    const auto [antes, depois] = moldura(boundary, vocabularyHint, tipo);
+    const auto [antes, depois] = moldura(boundary, vocabularyHint, tipo, modelo);
     return antes + audio + depois;
 }
 
@@ -101,14 +101,15 @@ WhisperService::transcrever(QString arquivo, QString apiKey, std::optional<QStri
 {
     const QString boundary = novoBoundary();
     // The file is read straight into the body, so the audio is held once.
-    auto [corpo, depois] = moldura(boundary, vocabularyHint, tipoDoArquivo(arquivo));
+    auto [corpo, depois] = moldura(boundary, vocabularyHint, tipoDoArquivo(arquivo), m_modelo);
     corpo.reserve(corpo.size() + QFileInfo(arquivo).size() + depois.size());
     if (const auto erro = Arquivos::lerAnexando(arquivo, corpo))
         co_return erroRede(QStringLiteral("ler ") + arquivo + QStringLiteral(": ") + erro->descricao);
     corpo += depois;
 
     QNetworkRequest req(m_endpoint);
-    req.setRawHeader("Authorization", "Bearer " + apiKey.toUtf8());
+    if (!apiKey.isEmpty())
+        req.setRawHeader("Authorization", "Bearer " + apiKey.toUtf8());
     req.setRawHeader("Content-Type", "multipart/form-data; boundary=" + boundary.toUtf8());
     const Http::Resposta r = co_await Http::post(m_rede, req, std::move(corpo), m_prazo);
     switch (r.falha) {

@@ -15,7 +15,6 @@ class QNetworkAccessManager;
 
 namespace sonvo {
 
-class Configuracoes;
 
 // The file name and content type of the multipart's audio part.
 struct TipoAudio {
@@ -23,7 +22,9 @@ struct TipoAudio {
     QByteArray mime = "audio/wav";
 };
 
-// Sends one recorded WAV to OpenAI's transcription endpoint: one attempt, no retry, no cache.
+// Sends one recording to an OpenAI-compatible transcription endpoint: one attempt, no retry, no
+// cache. whisper-1 gets exactly the request it always had; any other model also asks for
+// response_format=json, the shape read back.
 class WhisperService {
 public:
     struct WhisperErro {
@@ -35,10 +36,11 @@ public:
     };
 
     WhisperService(QNetworkAccessManager& rede, QUrl endpoint,
-                   std::chrono::milliseconds prazo = std::chrono::seconds(60));
-    static QUrl endpointPara(const Configuracoes& config);
+                   std::chrono::milliseconds prazo = std::chrono::seconds(60),
+                   QString modelo = QStringLiteral("whisper-1"));
     QUrl endpoint() const { return m_endpoint; }
 
+    // An empty key sends no Authorization header (a server of one's own may need none).
     QCoro::Task<Resultado<QString, WhisperErro>> transcrever(QString arquivo, QString apiKey,
                                                              std::optional<QString> vocabularyHint);
 
@@ -48,10 +50,11 @@ public:
 
     // The multipart body, exactly as sent. Exposed for tests and the benchmark.
     static QByteArray montarCorpo(const QByteArray& audio, const QString& boundary,
-                                  const std::optional<QString>& vocabularyHint, const TipoAudio& tipo = {});
+                                  const std::optional<QString>& vocabularyHint, const TipoAudio& tipo = {},
+                                  const QString& modelo = QStringLiteral("whisper-1"));
     // What goes before and after the audio bytes in that body.
     static QPair<QByteArray, QByteArray> moldura(const QString& boundary, const std::optional<QString>& vocabularyHint,
-                                                 const TipoAudio& tipo = {});
+                                                 const TipoAudio& tipo = {}, const QString& modelo = QStringLiteral("whisper-1"));
     static QString novoBoundary(); // "Boundary-" + upper-case UUID
     // Maps a finished answer to the result; also used by tests on raw answers.
     static Resultado<QString, WhisperErro> interpretarResposta(int status, const QByteArray& corpo);
@@ -60,6 +63,7 @@ private:
     QNetworkAccessManager& m_rede;
     QUrl m_endpoint;
     std::chrono::milliseconds m_prazo;
+    QString m_modelo;
 };
 
 // The user's text for a cloud failure.

@@ -5,6 +5,7 @@
 #include "core/Endpoints.h"
 #include "core/KeychainService.h"
 #include "dictation/FallbackTranscriptionService.h"
+#include "dictation/ServicoTranscricao.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -58,14 +59,15 @@ QCoro::Task<QList<FormaServico>> Diagnostico::coletar(Dependencias d)
     linhas << FormaServico{QStringLiteral("Chaves"), guardadas.isEmpty() ? QStringLiteral("nenhuma") : guardadas.join(QStringLiteral(", ")),
                            !guardadas.isEmpty()};
 
-    const QUrl base = Endpoints::baseOpenAI(d.config);
+    const ServicoTranscricao servico = ServicoTranscricao::ler(d.config);
+    const QUrl base = servico.base;
     const auto status = co_await responde(d.rede, Endpoints::juntar(base, QStringLiteral("/v1/models")), d.prazoRede);
-    const bool temChave = chaves.chave(Provedores::contaChave(AIProviderID::openai)).has_value();
+    const bool temChave = servico.chaveOpcional() || chaves.chave(servico.contaChave).has_value();
     const bool local = FallbackTranscriptionService::localizar(d.config, d.pastaDados).has_value();
     QString transcricao = status ? QStringLiteral("%1 responde (HTTP %2)").arg(base.toString()).arg(*status)
                                  : QStringLiteral("%1 não responde").arg(base.toString());
     if (status && !temChave)
-        transcricao += QStringLiteral(", sem chave OpenAI");
+        transcricao += QStringLiteral(", sem chave ") + ServicoTranscricao::nome(servico.preset);
     if (local)
         transcricao += QStringLiteral("; reconhecimento local disponível");
     linhas << FormaServico{kTranscricao, transcricao, (status && temChave) || local};

@@ -4,6 +4,7 @@
 #include "core/Configuracoes.h"
 #include "core/KeychainService.h"
 #include "ui/CamposPreferencias.h"
+#include "ui/SecaoTranscricao.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -90,6 +91,8 @@ PaginaChaves::PaginaChaves(Configuracoes& config, QString pastaDados, QWidget* p
                                       "ter um caminho próprio (http://127.0.0.1:8080/proxy)."),
                        e));
     v->addWidget(e);
+    m_transcricao = new SecaoTranscricao(m_config, m_pastaDados, this);
+    v->addWidget(m_transcricao);
     v->addStretch();
 }
 
@@ -103,6 +106,7 @@ void PaginaChaves::recarregar()
         m_endpoint[i]->setText(m_config.texto(QString::fromLatin1(kChavesEndpoint[i])).value_or(QString()));
     }
     m_provedor->setCurrentIndex(AIService::currentProviderID(m_config) == AIProviderID::anthropic ? 1 : 0);
+    m_transcricao->recarregar();
     m_carregando = false;
 }
 

@@ -13,6 +13,8 @@ class Configuracoes;
 
 namespace sonvo::ui {
 
+class SecaoTranscricao;
+
 // The keys of the two providers, which of them the AI actions use, and the services' addresses.
 // Provider 0 is OpenAI, 1 is Anthropic.
 class PaginaChaves : public QWidget {
@@ -28,6 +30,7 @@ public:
     QLineEdit* campoEndpoint(int provedor) const { return m_endpoint[provedor]; }
     QPushButton* botaoSalvarEndpoints() const { return m_salvarEndpoints; }
     QLabel* mensagemEndpoints() const { return m_msgEndpoints; }
+    SecaoTranscricao* transcricao() const { return m_transcricao; }
 
 private:
     void salvarChave(int provedor);
@@ -42,6 +45,7 @@ private:
     QLineEdit* m_endpoint[2]{};
     QPushButton* m_salvarEndpoints = nullptr;
     QLabel* m_msgEndpoints = nullptr;
+    SecaoTranscricao* m_transcricao = nullptr;
     bool m_carregando = false;
 };
 

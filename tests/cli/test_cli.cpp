@@ -69,7 +69,7 @@ TEST_F(Cli, AjudaEmPortuguesEErroDeUsoSai2ComUmaLinhaQueApontaAAjuda)
     const Caso casos[] = {
         {a({"voar"}), "Comando desconhecido: voar"},
         {a({"chave", "google"}), "Provedor desconhecido: google"},
-        {a({"chave", "openai", "sk-na-linha"}), "Uso: sonvo chave openai|anthropic"}, // a key never comes from argv
+        {a({"chave", "openai", "sk-na-linha"}), "Uso: sonvo chave openai|anthropic|groq|proprio"}, // a key never comes from argv
         {a({"config", "toggleShowActionMenu", "talvez"}), "Valor inválido para toggleShowActionMenu: use true ou false"},
         {a({"config", "vocabPendingCorrections", "[1]"}), "Valor inválido para vocabPendingCorrections: use um objeto JSON"},
         {a({"config", "chaveInventada", "1"}), "Configuração desconhecida: chaveInventada"},
@@ -305,6 +305,31 @@ TEST_F(Cli, PendentesRetentarEDescartar)
 
     ok(a({"descartar", "--todos"}));
     EXPECT_TRUE(QDir(pendentes.pasta()).isEmpty());
+}
+
+TEST_F(Cli, ServicoDeTranscricao)
+{
+    const QString base = servidor.url().toString();
+    EXPECT_EQ(ok(a({"servico"})), "Serviço: OpenAI\nEndereço: " + base + "/v1/audio/transcriptions\nModelo: whisper-1\n"
+                                  "Envio de áudio: Original (WAV)\nChave: não configurada (sonvo chave openai)\n");
+    ok(a({"servico", "usar", "groq"}));
+    ok(a({"chave", "groq"}), "gsk-1\n");
+    EXPECT_EQ(ok(a({"servico", "envio", "opus"})), "Serviço: Groq\nEndereço: https://api.groq.com/openai/v1/audio/transcriptions\n"
+                                                   "Modelo: whisper-large-v3-turbo\nEnvio de áudio: Compacto (Opus)\nChave: configurada\n");
+    ok(a({"servico", "usar", "proprio"}));
+    ok(a({"servico", "url", base + "/local"}));
+    EXPECT_TRUE(ok(a({"servico", "modelo", "gpt-4o-transcribe"})).endsWith("Modelo: gpt-4o-transcribe\nEnvio de áudio: Compacto (Opus)\n"
+                                                                          "Chave: nenhuma (não é necessária)\n"));
+    servidor.enfileirar(Resposta::json(200, R"({"text":""})"));
+    EXPECT_EQ(ok(a({"servico", "testar"})), "Funcionando: Servidor próprio respondeu com gpt-4o-transcribe (\"\")\n");
+    EXPECT_EQ(servidor.requisicoes().last().caminho, QByteArray("/local/v1/audio/transcriptions"));
+    servidor.enfileirar(Resposta::json(401, R"({"error":{"message":"x"}})"));
+    auto r = rodar(a({"servico", "testar"}));
+    EXPECT_TRUE(r.codigo == 1 && r.erro == "API key inválida\n") << r.codigo << r.erro.constData();
+    for (const QStringList& uso : {a({"servico", "usar", "azure"}), a({"servico", "envio", "mp3"}), a({"servico", "url", "servidor"}), a({"servico", "modelo"})})
+        EXPECT_EQ(rodar(uso).codigo, 2) << uso.join(u' ').toStdString();
+    amb.definir("SONVO_TRANSCRICAO_MODELO", "whisper-large-v3");
+    EXPECT_TRUE(ok(a({"servico"})).contains("\nModelo: whisper-large-v3\n"));
 }
 
 TEST_F(Cli, TranscreverSilencioNaoEnviaNada)

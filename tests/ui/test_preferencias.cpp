@@ -6,6 +6,7 @@
 #include "support/Ambiente.h"
 #include "support/Falsos.h"
 #include "support/ServidorTeste.h"
+#include "ui/SecaoTranscricao.h"
 #include "support/Utilitarios.h"
 #include "ui/ComoAssociarAtalhos.h"
 #include "ui/Onboarding.h"
@@ -178,6 +179,44 @@ TEST_F(Prefs, ChavesProvedorEnderecosAcoesModoESobre)
     const auto* diagnostico = janela->sobre()->findChild<QLabel*>(u"diagnostico"_s);
     ASSERT_TRUE(diagnostico);
     EXPECT_EQ(diagnostico->text(), u"Colar: teclado virtual do Wayland\nMicrofone: nenhum dispositivo de entrada de áudio"_s);
+}
+
+TEST_F(Prefs, TranscricaoPresetsSalvarETestar)
+{
+    ui::SecaoTranscricao& t = *janela->chaves()->transcricao();
+    EXPECT_EQ(t.escolhaModelo()->currentText(), u"whisper-1"_s) << "today's default";
+    t.escolhaServico()->setCurrentIndex(1);
+    EXPECT_EQ((QStringList{t.escolhaServico()->currentText(), t.campoEndereco()->placeholderText(), t.escolhaModelo()->currentText()}),
+              (QStringList{"Groq", "https://api.groq.com/openai", "whisper-large-v3-turbo"}));
+    EXPECT_TRUE(t.campoChave()->isVisibleTo(&t));
+
+    t.escolhaServico()->setCurrentIndex(2); // a keyless server of one's own, compact upload
+    t.campoEndereco()->setText(servidor.url().toString());
+    t.escolhaEnvio()->setCurrentIndex(1);
+    struct Caso {
+        Resposta resposta;
+        QString endereco, texto;
+    };
+    const Caso casos[] = {
+        {Resposta::json(200, R"({"text":" "})"), servidor.url().toString(), u"Funcionando: Servidor próprio respondeu com whisper-1 (\"\")"_s},
+        {Resposta::json(401, R"({"error":{"message":"no"}})"), servidor.url().toString(), u"API key inválida"_s},
+        {{}, u"http://127.0.0.1:1"_s, u"Erro: sem conexão"_s},
+    };
+    for (const Caso& c : casos) {
+        SCOPED_TRACE(c.texto.toStdString());
+        servidor.enfileirar(c.resposta);
+        t.campoEndereco()->setText(c.endereco);
+        t.botaoTestar()->click();
+        EXPECT_TRUE(girarAte([&] { return t.botaoTestar()->isEnabled(); }, 15000));
+        EXPECT_EQ(t.mensagem()->text(), c.texto);
+    }
+    EXPECT_EQ(servidor.requisicoes().size(), 2);
+    EXPECT_EQ(servidor.requisicoes().first().partes()->value(0).tipoConteudo, QByteArray("audio/ogg"));
+    EXPECT_TRUE(servidor.requisicoes().first().cabecalho("Authorization").isEmpty());
+    EXPECT_EQ((QStringList{doDisco(u"transcricaoServico"_s).toString(), doDisco(u"envioAudio"_s).toString()}), (QStringList{"proprio", "opus"}));
+    t.campoEndereco()->setText(u"servidor"_s);
+    t.botaoSalvar()->click();
+    EXPECT_EQ(t.mensagem()->text(), u"Endereço inválido: servidor (use http:// ou https:// seguido do servidor)"_s);
 }
 
 TEST_F(Prefs, VocabularioGlobalPorAplicativoEAuditoria)

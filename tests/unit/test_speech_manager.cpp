@@ -560,6 +560,50 @@ TEST_F(Pipeline, GravacoesLongasVaoEmOpusDecodificavelComADuracaoCerta)
     }
 }
 
+// ---- the transcription service chosen ----
+
+TEST_F(Pipeline, ServicoEscolhidoModeloEnvioCompactoEVariavelDeAmbiente)
+{
+    // A server of one's own without a key: the request goes, with no Authorization, to its address.
+    config.definir(u"transcricaoServico"_s, u"proprio"_s);
+    config.definir(u"transcricaoURL"_s, servidor.url().toString() + u"/meu"_s);
+    config.definir(u"transcricaoModelo"_s, u"gpt-4o-mini-transcribe"_s);
+    config.definir(u"envioAudio"_s, u"opus"_s);
+    servidor.enfileirar(Resposta::json(200, R"({"text":"do meu servidor"})"));
+    gravarPor(40);
+    ASSERT_TRUE(esperar(Caso::completed)) << sm->recordingState().mensagem.toStdString();
+    Requisicao r = servidor.requisicoes().last();
+    EXPECT_EQ(r.caminho, QByteArray("/meu/v1/audio/transcriptions"));
+    EXPECT_TRUE(r.cabecalho("Authorization").isEmpty());
+    auto partes = r.partes();
+    ASSERT_TRUE(partes.has_value());
+    EXPECT_EQ(partes->value(1).dados, QByteArray("gpt-4o-mini-transcribe"));
+    EXPECT_EQ(partes->value(0).tipoConteudo, QByteArray("audio/ogg"));
+    // The Opus body decodes at 16 kHz to the recording's length (the blocks the microphone gave).
+    const QString ogg = amb.raiz() + u"/recebido.ogg"_s;
+    ASSERT_TRUE(gravarArquivo(ogg, partes->value(0).dados));
+    SF_INFO info{};
+    SNDFILE* f = sf_open(QFile::encodeName(ogg).constData(), SFM_READ, &info);
+    ASSERT_NE(f, nullptr);
+    sf_close(f);
+    EXPECT_EQ(info.samplerate, 16000);
+    EXPECT_NEAR(static_cast<double>(info.frames) / 16000, mic.blocos * 1024.0 / 44100, 0.1);
+
+    // Groq with its key; the environment's model wins over the setting.
+    config.definir(u"transcricaoServico"_s, u"groq"_s);
+    config.definir(u"envioAudio"_s, u"wav"_s);
+    ASSERT_FALSE(KeychainService(pastaDados).salvarChave(u"groq_api_key"_s, u"gsk"_s).has_value());
+    amb.definir(u"SONVO_TRANSCRICAO_MODELO"_s, u"whisper-large-v3"_s);
+    servidor.enfileirar(Resposta::json(200, R"({"text":"do groq"})"));
+    gravarPor(2);
+    ASSERT_TRUE(esperar(Caso::completed));
+    r = servidor.requisicoes().last();
+    EXPECT_EQ(r.cabecalho("Authorization"), QByteArray("Bearer gsk"));
+    EXPECT_EQ(r.partes()->value(1).dados, QByteArray("whisper-large-v3"));
+    EXPECT_EQ(r.partes()->value(0).tipoConteudo, QByteArray("audio/wav"));
+    EXPECT_EQ(insercao.textos(), (QStringList{u"do meu servidor"_s, u"do groq"_s}));
+}
+
 TEST(NivelDeAudio, ExtremosEPortao)
 {
     std::vector<float> silencio(1024, 0.0f);

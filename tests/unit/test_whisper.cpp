@@ -53,6 +53,21 @@ TEST_F(Whisper, RequisicaoComoEnviadaFalhasTextosEDecisaoDeFallback)
     EXPECT_EQ(violacoesTranscricao(req.partes().value_or(QList<ParteMultipart>{})), QStringList{});
     EXPECT_EQ(req.cabecalhos.size(), 8) << "só os cabeçalhos do transporte além dos nossos";
 
+    // Other models ask for the JSON shape; a keyless server of one's own gets no Authorization.
+    for (const char* modelo : {"gpt-4o-transcribe", "gpt-4o-mini-transcribe", "whisper-large-v3-turbo"}) {
+        SCOPED_TRACE(modelo);
+        servidor.enfileirar(Resposta::json(200, R"({"text":"ok","usage":{"type":"tokens"}})"));
+        ASSERT_EQ(aguardar(WhisperService(rede, endpoint, 300ms, QString::fromLatin1(modelo)).transcrever(wav, QString(), std::nullopt)).valor(), "ok"_t);
+        const Requisicao r = servidor.requisicoes().last();
+        EXPECT_TRUE(r.cabecalho("Authorization").isEmpty() && !r.cabecalhos.isEmpty());
+        const auto partes = r.partes().value_or(QList<ParteMultipart>{});
+        EXPECT_EQ(violacoesTranscricao(partes), QStringList{});
+        QStringList campos;
+        for (const ParteMultipart& p : partes)
+            campos << QString::fromUtf8(p.nome + '=' + (p.nome == "file" ? QByteArray("…") : p.dados));
+        EXPECT_EQ(campos, (QStringList{"file=…"_t, "model="_t + QString::fromLatin1(modelo), "language=pt"_t, "response_format=json"_t}));
+    }
+
     struct Caso {
         Resposta resposta;
         E caso;
