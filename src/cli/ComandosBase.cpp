@@ -42,6 +42,7 @@ const ChaveConhecida kChaves[] = {
     {"whisperModelPath", TipoChave::texto},
     {"modoAtalho", TipoChave::texto, {QStringLiteral("alternar"), QStringLiteral("segurar")}},
     {"microfone", TipoChave::texto},
+    {"teclaDeColar", TipoChave::json},
 };
 
 const ChaveConhecida* acharChave(const QString& nome)

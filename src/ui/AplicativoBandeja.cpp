@@ -129,7 +129,7 @@ int executarAplicativo(int argc, char** argv)
     TranscriptionHistory historico(pasta);
     InsertBuffer buffer;
     InsertionService insercao(*plataforma.clipboard, *plataforma.janelas, *plataforma.teclas, buffer,
-                              QCoreApplication::applicationPid(), {}, plataforma.notificacoes.get());
+                              QCoreApplication::applicationPid(), {}, plataforma.notificacoes.get(), &config);
     SpeechManager speech(SpeechManager::Dependencias{config, rede, pasta, *plataforma.audio, insercao, *plataforma.som,
                                                      vocabulario, historico, QString(), nullptr});
     RecordingViewModel viewModel(speech);

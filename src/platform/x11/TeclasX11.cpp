@@ -68,21 +68,26 @@ QString TeclasX11::forma() const
     return QStringLiteral("XTest (X11)");
 }
 
-QCoro::Task<bool> TeclasX11::colar(bool terminal)
+QCoro::Task<bool> TeclasX11::colar(TeclaColar tecla)
 {
-    const KeyCode ctrl = XKeysymToKeycode(m_d, XK_Control_L);
-    const KeyCode shift = XKeysymToKeycode(m_d, XK_Shift_L);
-    const KeyCode v = XKeysymToKeycode(m_d, XK_v);
-    if (ctrl == 0 || v == 0 || (terminal && shift == 0))
-        co_return false;
-    XTestFakeKeyEvent(m_d, ctrl, True, CurrentTime);
-    if (terminal)
-        XTestFakeKeyEvent(m_d, shift, True, CurrentTime);
-    XTestFakeKeyEvent(m_d, v, True, CurrentTime);
-    XTestFakeKeyEvent(m_d, v, False, CurrentTime);
-    if (terminal)
-        XTestFakeKeyEvent(m_d, shift, False, CurrentTime);
-    XTestFakeKeyEvent(m_d, ctrl, False, CurrentTime);
+    // The modifiers first, the key last; let go in the reverse order.
+    QList<KeySym> simbolos;
+    switch (tecla) {
+    case TeclaColar::ctrlV: simbolos = {XK_Control_L, XK_v}; break;
+    case TeclaColar::ctrlShiftV: simbolos = {XK_Control_L, XK_Shift_L, XK_v}; break;
+    case TeclaColar::shiftInsert: simbolos = {XK_Shift_L, XK_Insert}; break;
+    }
+    QList<KeyCode> teclas;
+    for (KeySym s : simbolos) {
+        const KeyCode c = XKeysymToKeycode(m_d, s);
+        if (c == 0)
+            co_return false;
+        teclas << c;
+    }
+    for (KeyCode c : teclas)
+        XTestFakeKeyEvent(m_d, c, True, CurrentTime);
+    for (auto it = teclas.rbegin(); it != teclas.rend(); ++it)
+        XTestFakeKeyEvent(m_d, *it, False, CurrentTime);
     // The server has the events when this returns, so the waits that follow start after them.
     XSync(m_d, False);
     co_return true;
