@@ -10,6 +10,7 @@
 #include "ui/ComoAssociarAtalhos.h"
 #include "ui/Onboarding.h"
 #include "ui/Preferencias.h"
+#include "ui/TabelaTeclaDeColar.h"
 #include "vocabulary/VocabularyAuditService.h"
 #include "vocabulary/VocabularyService.h"
 
@@ -220,6 +221,35 @@ TEST_F(Prefs, VocabularioGlobalPorAplicativoEAuditoria)
     EXPECT_EQ(p.mensagemAuditoria()->text(), u"Rejeitada: posgres → Postgres"_s);
     EXPECT_EQ(vocab.aplicarCorrecoes(u"reakt posgres"_s, std::nullopt), u"React posgres"_s);
     EXPECT_EQ(p.sugestoes()->rowCount(), 0);
+}
+
+TEST_F(Prefs, TeclaDeColarPorAplicativoGravadaACadaMudanca)
+{
+    ui::TabelaTeclaDeColar& t = *janela->comportamento()->teclaDeColar();
+    EXPECT_EQ(t.tabela()->model()->headerData(1, Qt::Horizontal).toString(), u"Tecla de colar"_s);
+    const auto adicionar = [&](const QString& app, int escolha) {
+        t.botaoAdicionar()->click();
+        const int linha = t.tabela()->rowCount() - 1;
+        t.tabela()->item(linha, 0)->setText(app);
+        t.escolha(linha)->setCurrentIndex(escolha);
+    };
+    adicionar(u" XTerm "_s, 1);
+    adicionar(u"kate"_s, 3);
+    adicionar(QString(), 2); // no id yet: not saved
+    QStringList rotulos;
+    for (int i = 0; i < t.escolha(0)->count(); ++i)
+        rotulos << t.escolha(0)->itemText(i);
+    EXPECT_EQ(rotulos, (QStringList{u"automático"_s, u"Ctrl+V"_s, u"Ctrl+Shift+V"_s, u"Shift+Insert"_s}));
+    const auto noDisco = [&] { return TeclaDeColar::ler(Configuracoes(amb.arquivoConfig())); };
+    EXPECT_EQ(noDisco(), (QMap<QString, QString>{{u"XTerm"_s, u"ctrl-v"_s}, {u"kate"_s, u"shift-insert"_s}}));
+
+    criar(); // a new window shows what was saved, and removing saves too
+    ui::TabelaTeclaDeColar& n = *janela->comportamento()->teclaDeColar();
+    ASSERT_EQ(n.tabela()->rowCount(), 2);
+    EXPECT_EQ(n.tabela()->item(1, 0)->text() + u' ' + n.escolha(1)->currentText(), u"kate Shift+Insert"_s);
+    n.tabela()->setCurrentCell(0, 0);
+    n.botaoRemover()->click();
+    EXPECT_EQ(noDisco(), (QMap<QString, QString>{{u"kate"_s, u"shift-insert"_s}}));
 }
 
 TEST(BoasVindas, ExplicaOsAtalhosEDizQuandoASessaoNaoOsPermite)
