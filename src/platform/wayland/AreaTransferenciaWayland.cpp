@@ -292,7 +292,9 @@ QCoro::Task<bool> AreaTransferenciaWayland::aguardarLeitura(std::chrono::millise
 std::optional<QString> AreaTransferenciaWayland::textoSelecionado(const AppJanela&)
 {
     m_c->atualizar();
-    if (!m_primaria)
+    // Sonvo's own (a paste's text or what it put back) is selected in no application; reading it
+    // through the compositor would also wait for this very loop.
+    if (!m_primaria || m_fontePrimaria)
         return std::nullopt;
     // Read at a key press: a short bound, the user is waiting.
     const auto fim = Relogio::now() + std::chrono::milliseconds(300);
