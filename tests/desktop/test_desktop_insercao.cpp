@@ -150,24 +150,16 @@ TEST_F(Colagem, SoALeituraDoTextoDitadoContaEOProprioConteudoNaoVaiAoX)
 
 TEST_F(Colagem, NoXtermChegaPelaSelecaoPrimariaEAsDuasSelecoesVoltamByteAByte)
 {
-    // PRIMARY as the user left it: a selection of text and HTML in another client.
-    const QByteArray texto = "ls -la | grep ação\n\xF0\x9F\x99\x82";
-    const QByteArray html = "<b>sele\xC3\xA7\xC3\xA3o</b>\x01";
-    ASSERT_TRUE(gravarArquivo(caminho("primaria.txt"_t), texto) && gravarArquivo(caminho("primaria.html"_t), html));
-    auto donoPrimaria = std::make_unique<Auxiliar>(QStringLiteral(SONVO_DONO_CLIPBOARD),
-        QStringList{"--primaria"_t, "text/plain="_t + caminho("primaria.txt"_t), "text/html="_t + caminho("primaria.html"_t)});
-    ASSERT_TRUE(donoPrimaria->pronto());
+    // What the user last selected, other bytes than the clipboard's.
+    const ClipboardDoUsuario selecionado{"ls -la | grep ação\n\xF0\x9F\x99\x82", "<b>sele\xC3\xA7\xC3\xA3o</b>\x01",
+                                         ClipboardDoUsuario::pngDeTeste().left(300), "primary"_t};
+    auto donoPrimaria = selecionado.servir(dir.path());
     auto dono = usuario.servir(dir.path());
-
     // A real xterm running cat without line buffering: what it pastes lands in the file at once
     // (Ctrl+Shift+V would put a control byte there instead).
     QProcess xterm;
-    auto env = QProcessEnvironment::systemEnvironment();
-    env.insert("LC_ALL"_t, "C.UTF-8"_t);
-    xterm.setProcessEnvironment(env);
     const QString saida = caminho("xterm"_t);
-    xterm.start("xterm"_t, {"-u8"_t, "-e"_t, "sh"_t, "-c"_t, "stty -icanon -echo; : >\"$1.pronto\"; exec cat >\"$1\""_t, "sh"_t, saida});
-    ASSERT_TRUE(xterm.waitForStarted(5000));
+    xterm.start("env"_t, {"LC_ALL=C.UTF-8"_t, "xterm"_t, "-u8"_t, "-e"_t, "sh"_t, "-c"_t, "stty -icanon -echo; : >\"$1.pronto\"; exec cat >\"$1\""_t, "sh"_t, saida});
     ASSERT_TRUE(girarAte([&] {
         const auto f = p.janelas->daFrente();
         return QFile::exists(saida + ".pronto"_t) && f && f->id == "XTerm"_t;
@@ -179,15 +171,5 @@ TEST_F(Colagem, NoXtermChegaPelaSelecaoPrimariaEAsDuasSelecoesVoltamByteAByte)
     dono.reset();
     donoPrimaria.reset(); // only the restore can answer now
     usuario.conferir();
-    const auto primaria = [](const QString& tipo) {
-        return rodar("xclip"_t, {"-selection"_t, "primary"_t, "-o"_t, "-t"_t, tipo}).saida;
-    };
-    EXPECT_EQ(primaria("text/plain"_t), texto);
-    EXPECT_EQ(primaria("UTF8_STRING"_t), texto);
-    EXPECT_EQ(primaria("text/html"_t), html);
-    const QList<QByteArray> alvos = primaria("TARGETS"_t).split('\n');
-    EXPECT_TRUE(alvos.contains("org.nspasteboard.RestoredType"));
-    EXPECT_FALSE(alvos.contains("org.nspasteboard.TransientType") || alvos.contains("x-kde-passwordManagerHint"));
-    xterm.terminate();
-    girarAte([&] { return xterm.state() == QProcess::NotRunning; });
+    selecionado.conferir();
 }

@@ -60,9 +60,7 @@ public:
     int leiturasDaSelecao = 0;
     // The primary selection: the same facts, written in the diary with "PRIMARY".
     bool primariaExiste = true;
-    std::optional<ClipboardSnapshot> conteudoPrimaria;
-    QString textoPrimaria;
-    std::optional<ClipboardSnapshot> restauradoPrimaria;
+    std::optional<ClipboardSnapshot> conteudoPrimaria, restauradoPrimaria;
 
     bool temPrimaria() const override { return primariaExiste; }
     std::optional<ClipboardSnapshot> instantaneo(Selecao s) override
@@ -73,7 +71,8 @@ public:
     void escreverTexto(const QString& t, bool trans, Selecao s) override
     {
         anotar(QStringLiteral("escrever%1 '%2' transitorio=%3").arg(nome(s), t).arg(trans));
-        (s == Selecao::primaria ? textoPrimaria : texto) = t;
+        if (s == Selecao::clipboard)
+            texto = t;
         transitorio = trans;
     }
     void restaurar(const ClipboardSnapshot& c, Selecao s) override

@@ -226,20 +226,15 @@ TEST_F(Prefs, VocabularioGlobalPorAplicativoEAuditoria)
 TEST_F(Prefs, TeclaDeColarPorAplicativoGravadaACadaMudanca)
 {
     ui::TabelaTeclaDeColar& t = *janela->comportamento()->teclaDeColar();
-    EXPECT_EQ(t.tabela()->model()->headerData(1, Qt::Horizontal).toString(), u"Tecla de colar"_s);
-    const auto adicionar = [&](const QString& app, int escolha) {
+    for (const auto& [app, escolha] : {std::pair{u" XTerm "_s, 1}, {u"kate"_s, 3}, {QString(), 2}}) { // no id: not saved
         t.botaoAdicionar()->click();
-        const int linha = t.tabela()->rowCount() - 1;
-        t.tabela()->item(linha, 0)->setText(app);
-        t.escolha(linha)->setCurrentIndex(escolha);
-    };
-    adicionar(u" XTerm "_s, 1);
-    adicionar(u"kate"_s, 3);
-    adicionar(QString(), 2); // no id yet: not saved
-    QStringList rotulos;
+        t.tabela()->item(t.tabela()->rowCount() - 1, 0)->setText(app);
+        t.escolha(t.tabela()->rowCount() - 1)->setCurrentIndex(escolha);
+    }
+    QStringList rotulos{t.tabela()->model()->headerData(1, Qt::Horizontal).toString()};
     for (int i = 0; i < t.escolha(0)->count(); ++i)
         rotulos << t.escolha(0)->itemText(i);
-    EXPECT_EQ(rotulos, (QStringList{u"automático"_s, u"Ctrl+V"_s, u"Ctrl+Shift+V"_s, u"Shift+Insert"_s}));
+    EXPECT_EQ(rotulos, (QStringList{u"Tecla de colar"_s, u"automático"_s, u"Ctrl+V"_s, u"Ctrl+Shift+V"_s, u"Shift+Insert"_s}));
     const auto noDisco = [&] { return TeclaDeColar::ler(Configuracoes(amb.arquivoConfig())); };
     EXPECT_EQ(noDisco(), (QMap<QString, QString>{{u"XTerm"_s, u"ctrl-v"_s}, {u"kate"_s, u"shift-insert"_s}}));
 

@@ -135,89 +135,53 @@ TEST_F(ServicoInsercao, EscolhaDoAlvo)
     }
 }
 
-TEST(TeclaDeColar, PelaClassePelaEscolhaDoUsuarioESemSelecaoPrimaria)
+TEST_F(ServicoInsercao, TeclaPelaClasseOuEscolhaEPrimariaSoComShiftInsertVoltandoComoOClipboard)
 {
-    using enum TeclaColar;
-    struct Caso {
-        std::optional<QString> classe, escolha;
-        bool primaria;
-        TeclaColar tecla;
-    } casos[] = {
-        {u"kate"_s, {}, true, ctrlV},
-        // Names that merely resemble a terminal's are not one.
-        {u"terminal-notes"_s, {}, true, ctrlV},
-        {u"xtermx"_s, {}, true, ctrlV},
-        {std::nullopt, {}, true, ctrlV},
-        {u"kitty"_s, {}, true, ctrlShiftV},
-        {u"Gnome-terminal"_s, {}, true, ctrlShiftV},
-        {u"Alacritty"_s, {}, true, ctrlShiftV},
-        {u"XTerm"_s, {}, true, shiftInsert},
-        {u"UXTerm"_s, {}, true, shiftInsert},
-        {u"URxvt"_s, {}, true, shiftInsert},
-        // Shift+Insert without PRIMARY to hold the text would paste the last selection.
-        {u"XTerm"_s, {}, false, ctrlShiftV},
-        {u"kitty"_s, u"automatico"_s, true, ctrlShiftV},
-        {u"kitty"_s, u"qualquer"_s, true, ctrlShiftV},
-        {u"XTerm"_s, u"ctrl-v"_s, true, ctrlV},
-        {u"kate"_s, u"ctrl-shift-v"_s, true, ctrlShiftV},
-        // The user's choice stands even without PRIMARY (GTK pastes CLIPBOARD with Shift+Insert).
-        {u"kate"_s, u"shift-insert"_s, false, shiftInsert},
-    };
-    for (const Caso& c : casos) {
-        SCOPED_TRACE(c.classe.value_or(u"-"_s).toStdString() + " " + c.escolha.value_or(u"-"_s).toStdString());
-        EXPECT_EQ(InsertionService::teclaPara(c.classe, c.escolha, c.primaria), c.tecla);
-    }
-}
-
-TEST_F(ServicoInsercao, SelecaoPrimariaSoQuandoAColagemEhShiftInsertEVoltaComoOClipboard)
-{
-    // The user's choice, as the preferences save it: ids trimmed, compared without case.
-    TeclaDeColar::gravar(config, {{u" Kate "_s, u"shift-insert"_s}, {u"xterm"_s, u"ctrl-v"_s}, {u"kitty"_s, u"bobagem"_s}});
+    // As the preferences save it: ids trimmed, compared without case; an unknown value is automatic.
+    TeclaDeColar::gravar(config, {{u" Kate "_s, u"shift-insert"_s}, {u"xterm"_s, u"ctrl-v"_s}, {u"kitty"_s, u"bobagem"_s},
+                                  {u"gedit"_s, u"ctrl-shift-v"_s}});
     const auto antigo = ClipboardSnapshot{{{par("text/plain", "antigo")}}};
-    const auto selecionado = ClipboardSnapshot{{{par("UTF8_STRING", "selecionado"), par("text/html", "<b>s</b>")}}};
+    const auto sel = ClipboardSnapshot{{{par("UTF8_STRING", "selecionado"), par("text/html", "<b>s</b>")}}};
     struct Caso {
-        const char* nome;
         QString classe, tecla;
-        std::optional<ClipboardSnapshot> clip, primaria;
-        bool usa = true, restauraPrimaria = true, existe = true, acesso = true;
+        bool primaria = true, acesso = true; // the backend has PRIMARY; the keys may be sent
+        int vazia = 0;                       // 1: the clipboard was empty before, 2: PRIMARY was
     } casos[] = {
-        {"xterm pela classe", u"UXTerm"_s, u"Shift+Insert"_s, antigo, selecionado},
-        {"escolhida pelo usuário", u"kate"_s, u"Shift+Insert"_s, antigo, selecionado},
-        {"escolha Ctrl+V para o xterm", u"XTerm"_s, u"Ctrl+V"_s, antigo, selecionado, false, false},
-        {"valor desconhecido é automático", u"kitty"_s, u"Ctrl+Shift+V"_s, antigo, selecionado, false, false},
-        {"backend sem PRIMARY", u"URxvt"_s, u"Ctrl+Shift+V"_s, antigo, selecionado, false, false, false},
-        // Empty before: the dictated text stays, as on the clipboard.
-        {"PRIMARY vazia", u"UXTerm"_s, u"Shift+Insert"_s, antigo, std::nullopt, true, false},
-        {"só PRIMARY tinha algo", u"UXTerm"_s, u"Shift+Insert"_s, std::nullopt, selecionado},
-        // Without access nothing is saved: the text stays on both for a manual paste.
-        {"sem acesso", u"UXTerm"_s, u"Shift+Insert"_s, antigo, selecionado, true, false, true, false},
+        // Names that merely resemble a terminal's are not one.
+        {u"firefox"_s, u"Ctrl+V"_s}, {u"terminal-notes"_s, u"Ctrl+V"_s}, {u"xtermx"_s, u"Ctrl+V"_s},
+        {u"Gnome-terminal"_s, u"Ctrl+Shift+V"_s}, {u"kitty"_s, u"Ctrl+Shift+V"_s}, {u"gedit"_s, u"Ctrl+Shift+V"_s},
+        {u"UXTerm"_s, u"Shift+Insert"_s}, {u"URxvt"_s, u"Shift+Insert"_s}, {u"kate"_s, u"Shift+Insert"_s},
+        {u"XTerm"_s, u"Ctrl+V"_s},
+        // Shift+Insert without PRIMARY to hold the text would paste the last selection, unless the
+        // user chose it (GTK pastes CLIPBOARD with it).
+        {u"UXTerm"_s, u"Ctrl+Shift+V"_s, false}, {u"kate"_s, u"Shift+Insert"_s, false},
+        // Empty before: the dictated text stays. Without access nothing is saved nor put back.
+        {u"UXTerm"_s, u"Shift+Insert"_s, true, true, 1}, {u"UXTerm"_s, u"Shift+Insert"_s, true, true, 2},
+        {u"UXTerm"_s, u"Shift+Insert"_s, true, false},
     };
     for (const Caso& c : casos) {
-        SCOPED_TRACE(c.nome);
+        SCOPED_TRACE(&c - casos);
         diario.eventos.clear();
-        clipboard.restaurado.reset();
-        clipboard.restauradoPrimaria.reset();
-        clipboard.textoPrimaria.clear();
-        clipboard.primariaExiste = c.existe;
-        clipboard.conteudo = c.clip;
-        clipboard.conteudoPrimaria = c.primaria;
+        clipboard.restaurado = clipboard.restauradoPrimaria = std::nullopt;
+        clipboard.primariaExiste = c.primaria;
+        clipboard.conteudo = c.vazia == 1 ? std::nullopt : std::optional(antigo);
+        clipboard.conteudoPrimaria = c.vazia == 2 ? std::nullopt : std::optional(sel);
         janelas.acesso = c.acesso;
         janelas.frente = app(0x100, c.classe, 77);
         auto s = servico();
         inserir(s, u"ls -la"_s);
-        EXPECT_EQ(!diario.eventos.filter(u"PRIMARY"_s).isEmpty(), c.usa);
-        EXPECT_EQ(clipboard.textoPrimaria, c.usa ? u"ls -la"_s : QString());
-        EXPECT_EQ(clipboard.restauradoPrimaria, c.restauraPrimaria ? c.primaria : std::nullopt);
-        EXPECT_EQ(clipboard.restaurado, c.acesso ? c.clip : std::nullopt);
+        const bool usa = c.tecla == u"Shift+Insert"_s && c.primaria;
+        const bool restauraPrimaria = usa && c.acesso && c.vazia != 2;
+        EXPECT_EQ(clipboard.restauradoPrimaria, restauraPrimaria ? std::optional(sel) : std::nullopt);
+        EXPECT_EQ(clipboard.restaurado, c.acesso && c.vazia != 1 ? std::optional(antigo) : std::nullopt);
+        EXPECT_EQ(diario.eventos.contains(u"instantaneo PRIMARY"_s), usa && c.acesso);
         // Written before the keys, put back only after the target's read.
         const qsizetype colar = diario.eventos.indexOf(u"colar "_s + c.tecla);
-        ASSERT_GE(colar, 0);
         const qsizetype escrita = diario.eventos.indexOf(u"escrever PRIMARY 'ls -la' transitorio=%1"_s.arg(c.acesso));
-        EXPECT_TRUE(c.usa ? escrita >= 0 && escrita < colar : escrita < 0);
-        if (c.restauraPrimaria) {
-            const qsizetype leitura = diario.eventos.indexOf(QRegularExpression(u"aguardarLeitura .*"_s));
-            EXPECT_TRUE(leitura >= 0 && leitura < diario.eventos.indexOf(QRegularExpression(u"restaurar PRIMARY .*"_s)));
-        }
+        const qsizetype leitura = diario.eventos.indexOf(QRegularExpression(u"aguardarLeitura .*"_s));
+        EXPECT_TRUE(colar >= 0 && (usa ? escrita >= 0 && escrita < colar : escrita < 0));
+        EXPECT_EQ(leitura >= 0 && leitura < diario.eventos.indexOf(QRegularExpression(u"restaurar PRIMARY .*"_s)),
+                  restauraPrimaria);
     }
 }
 
