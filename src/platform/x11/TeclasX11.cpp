@@ -68,15 +68,28 @@ QString TeclasX11::forma() const
     return QStringLiteral("XTest (X11)");
 }
 
+namespace {
+
+// The modifiers first, the key last.
+QList<KeySym> simbolosDe(TeclaColar tecla)
+{
+    switch (tecla) {
+    case TeclaColar::ctrlV:
+        return {XK_Control_L, XK_v};
+    case TeclaColar::ctrlShiftV:
+        return {XK_Control_L, XK_Shift_L, XK_v};
+    case TeclaColar::shiftInsert:
+        return {XK_Shift_L, XK_Insert};
+    }
+    return {};
+}
+
+} // namespace
+
 QCoro::Task<bool> TeclasX11::colar(TeclaColar tecla)
 {
-    // The modifiers first, the key last; let go in the reverse order.
-    QList<KeySym> simbolos;
-    switch (tecla) {
-    case TeclaColar::ctrlV: simbolos = {XK_Control_L, XK_v}; break;
-    case TeclaColar::ctrlShiftV: simbolos = {XK_Control_L, XK_Shift_L, XK_v}; break;
-    case TeclaColar::shiftInsert: simbolos = {XK_Shift_L, XK_Insert}; break;
-    }
+    // Pressed in order, let go in the reverse order.
+    const QList<KeySym> simbolos = simbolosDe(tecla);
     QList<KeyCode> teclas;
     for (KeySym s : simbolos) {
         const KeyCode c = XKeysymToKeycode(m_d, s);
