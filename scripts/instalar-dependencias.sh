@@ -14,7 +14,7 @@ pacotes=(
 if [[ "${1:-}" == "--testes" ]]; then
   pacotes+=(libgtest-dev libgmock-dev libbenchmark-dev
     xvfb openbox dbus dbus-daemon dunst trayer pulseaudio pulseaudio-utils x11-utils xdotool xclip espeak-ng sox
-    sway xwayland foot wl-clipboard wtype python3-gi gir1.2-gtk-3.0 python3-dbus)
+    xterm sway xwayland foot wl-clipboard wtype python3-gi gir1.2-gtk-3.0 python3-dbus)
 fi
 
 faltando=()

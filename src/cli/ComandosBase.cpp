@@ -49,6 +49,7 @@ const ChaveConhecida kChaves[] = {
     {"transcricaoURL", TipoChave::texto},
     {"transcricaoModelo", TipoChave::texto},
     {"envioAudio", TipoChave::texto, {QStringLiteral("wav"), QStringLiteral("opus")}},
+    {"teclaDeColar", TipoChave::json},
 };
 
 const ChaveConhecida* acharChave(const QString& nome)

@@ -1,5 +1,7 @@
 #include "core/Configuracoes.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 
 namespace sonvo {
 
@@ -132,6 +134,35 @@ bool Configuracoes::sincronizar()
 {
     m_s->sync();
     return m_s->status() == QSettings::NoError;
+}
+
+QMap<QString, QString> TeclaDeColar::ler(const Configuracoes& config)
+{
+    QMap<QString, QString> escolhas;
+    const QJsonObject o = QJsonDocument::fromJson(config.dados(chave)).object();
+    for (auto it = o.begin(); it != o.end(); ++it)
+        escolhas.insert(it.key(), it.value().toString());
+    return escolhas;
+}
+
+void TeclaDeColar::gravar(Configuracoes& config, const QMap<QString, QString>& escolhas)
+{
+    QJsonObject o;
+    for (auto it = escolhas.begin(); it != escolhas.end(); ++it)
+        if (const QString id = it.key().trimmed(); !id.isEmpty())
+            o.insert(id, it.value());
+    config.definir(chave, QJsonDocument(o).toJson(QJsonDocument::Compact));
+}
+
+std::optional<QString> TeclaDeColar::escolhida(const Configuracoes& config, const QString& app)
+{
+    const QMap<QString, QString> escolhas = ler(config);
+    for (auto it = escolhas.begin(); it != escolhas.end(); ++it) {
+        const bool conhecida = it.value() == ctrlV || it.value() == ctrlShiftV || it.value() == shiftInsert;
+        if (conhecida && it.key().compare(app, Qt::CaseInsensitive) == 0)
+            return it.value();
+    }
+    return std::nullopt;
 }
 
 } // namespace sonvo

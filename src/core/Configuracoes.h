@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMap>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -52,5 +53,22 @@ private:
     mutable std::unique_ptr<QSettings> m_s;
     QVariantMap m_padroes;
 };
+
+// The paste key the user chose per application, by the application's id (WM_CLASS class on X11,
+// app id on Wayland): one JSON object under one key, id → one of the values below. An id not in
+// it, or with an unknown value, is automatic: the key is chosen by the kind of application.
+namespace TeclaDeColar {
+inline const QString chave = QStringLiteral("teclaDeColar");
+inline const QString automatico = QStringLiteral("automatico");
+inline const QString ctrlV = QStringLiteral("ctrl-v");
+inline const QString ctrlShiftV = QStringLiteral("ctrl-shift-v");
+inline const QString shiftInsert = QStringLiteral("shift-insert");
+
+QMap<QString, QString> ler(const Configuracoes& config);
+// Ids are trimmed; empty ones are left out.
+void gravar(Configuracoes& config, const QMap<QString, QString>& escolhas);
+// The value for `app`, the id compared without case; nothing when automatic.
+std::optional<QString> escolhida(const Configuracoes& config, const QString& app);
+} // namespace TeclaDeColar
 
 } // namespace sonvo

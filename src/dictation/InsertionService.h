@@ -15,6 +15,7 @@
 
 namespace sonvo {
 
+class Configuracoes;
 class InsertBuffer;
 
 // The waits of one insertion (tests shorten or record them).
@@ -35,16 +36,19 @@ struct EsperasInsercao {
 
 // Puts a finished text where the user is typing: saves the clipboard, writes the text, brings the
 // target application to the front if needed, sends the paste keys, waits for the target to fetch
-// the text and puts the user's clipboard back. Confined to the main thread; every wait is
+// the text and puts the user's clipboard back. A target pasted with Shift+Insert reads PRIMARY,
+// which is saved, written and put back the same way. Confined to the main thread; every wait is
 // asynchronous. Holds no state between calls.
 class InsertionService : public Insercao {
 public:
     using ClipboardSnapshot = sonvo::ClipboardSnapshot;
     using Esperas = EsperasInsercao;
 
+    // `config`: where the paste key chosen per application is read at every insertion; without it
+    // the key is always chosen by the kind of application.
     InsertionService(AreaTransferencia& clipboard, Janelas& janelas, TeclasSinteticas& teclas,
                      InsertBuffer& buffer, qint64 pidProprio, Esperas esperas = {},
-                     NotificacoesUsuario* avisos = nullptr);
+                     NotificacoesUsuario* avisos = nullptr, const Configuracoes* config = nullptr);
 
     // Shown when the keys could not be sent: the text is on the clipboard for a manual paste.
     static constexpr const char* kAvisoCopiado = "Texto copiado — cole com Ctrl+V";
@@ -56,12 +60,19 @@ public:
 
     // Terminals paste with Ctrl+Shift+V (Ctrl+V is a control character there); by WM_CLASS class.
     static bool ehTerminal(const std::optional<QString>& classe);
+    // xterm and its kin: Ctrl+Shift+V is a control character there too, and no key pastes CLIPBOARD.
+    static bool ehFamiliaXterm(const std::optional<QString>& classe);
+    // The paste key for an application: the user's choice for it (a TeclaDeColar value), else by
+    // its class. Without a primary selection to put the text in, Shift+Insert would paste whatever
+    // was selected last: xterm's kin then get Ctrl+Shift+V, unless the user chose otherwise.
+    static TeclaColar teclaPara(const std::optional<QString>& classe, const std::optional<QString>& escolha,
+                                bool temPrimaria);
 
 private:
-    std::optional<ClipboardSnapshot> clipboardSnapshot();
+    std::optional<ClipboardSnapshot> clipboardSnapshot(Selecao selecao);
     std::optional<AppJanela> resolverAppAlvo();
-    QCoro::Task<bool> postarComandoV(bool terminal);
-    void restaurarClipboard(const std::optional<ClipboardSnapshot>& snapshot);
+    QCoro::Task<bool> postarComandoV(TeclaColar tecla);
+    void restaurarClipboard(const std::optional<ClipboardSnapshot>& snapshot, Selecao selecao);
     bool ehProprio(const AppJanela& app) const;
 
     AreaTransferencia& m_clipboard;
@@ -71,6 +82,7 @@ private:
     qint64 m_pidProprio;
     Esperas m_esperas;
     NotificacoesUsuario* m_avisos = nullptr;
+    const Configuracoes* m_config = nullptr;
 };
 
 } // namespace sonvo

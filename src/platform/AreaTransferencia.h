@@ -23,7 +23,10 @@ struct ClipboardSnapshot {
     bool operator==(const ClipboardSnapshot&) const = default;
 };
 
-// The system clipboard (CLIPBOARD selection on X11).
+// CLIPBOARD, or the selection X11 terminals paste with Shift+Insert.
+enum class Selecao { clipboard, primaria };
+
+// The system clipboard (CLIPBOARD selection on X11) and, where there is one, the primary selection.
 class AreaTransferencia {
 public:
     static constexpr const char* tipoTransitorio = "org.nspasteboard.TransientType";
@@ -42,13 +45,16 @@ public:
     static QList<ClipboardSnapshot::Item> itensRestaurados(const ClipboardSnapshot& s);
     static bool ehMarcador(const QString& tipo);
 
-    // Every format but the marker and protocol ones; nothing when the clipboard is empty.
-    virtual std::optional<ClipboardSnapshot> instantaneo() = 0;
+    // Whether the primary selection can be read and written; without it the calls for it do nothing.
+    virtual bool temPrimaria() const { return false; }
+    // Every format but the marker and protocol ones; nothing when the selection is empty.
+    virtual std::optional<ClipboardSnapshot> instantaneo(Selecao selecao) = 0;
     // Replaces the contents with the text; `transitorio` also marks it so clipboard managers
-    // don't keep it.
-    virtual void escreverTexto(const QString& texto, bool transitorio) = 0;
+    // don't keep it. Written to PRIMARY right after the clipboard, it is the same text: a read of
+    // either counts for aguardarLeitura.
+    virtual void escreverTexto(const QString& texto, bool transitorio, Selecao selecao) = 0;
     // Replaces the contents with the snapshot, marked as restored.
-    virtual void restaurar(const ClipboardSnapshot& s) = 0;
+    virtual void restaurar(const ClipboardSnapshot& s, Selecao selecao) = 0;
     // Resolves when another application has fetched the text last written, or after `limite`.
     // True when it was fetched.
     virtual QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) = 0;

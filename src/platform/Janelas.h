@@ -31,6 +31,16 @@ public:
     virtual bool acessoConcedido() = 0;
 };
 
+// The paste shortcuts.
+enum class TeclaColar {
+    ctrlV,
+    ctrlShiftV, // terminals: Ctrl+V is a control character there
+    shiftInsert // xterm and its kin: pastes PRIMARY, and they have no key that pastes CLIPBOARD
+};
+
+// The shortcut as evdev key codes in the order they are pressed: the modifiers, then the key.
+QList<int> codigosEvdev(TeclaColar tecla);
+
 // Synthetic key presses into the application in front.
 class TeclasSinteticas {
 public:
@@ -38,9 +48,9 @@ public:
     // Releases modifiers the user may still hold (Super+Shift of the hotkey): with them down
     // the paste shortcut would be a different one.
     virtual void soltarModificadores() = 0;
-    // The paste shortcut: Ctrl+V, or Ctrl+Shift+V for terminals. False when it could not be sent
-    // (no way to send keys, or the user refused it). May wait for a consent the first time.
-    virtual QCoro::Task<bool> colar(bool terminal) = 0;
+    // The paste shortcut. False when it could not be sent (no way to send keys, or the user
+    // refused it). May wait for a consent the first time.
+    virtual QCoro::Task<bool> colar(TeclaColar tecla) = 0;
     // How the keys are sent, in the user's words ("teclado virtual do Wayland").
     virtual QString forma() const = 0;
     // Resolves once no key of Sonvo's hotkeys is held (a key still down keeps its grab, which would

@@ -14,6 +14,8 @@ class LeiturasClipboard : public QObject {
     Q_OBJECT
 public:
     quint64 novoTexto() { return ++m_geracao; }
+    // The last text's generation: the same text put in a second place is read as the same text.
+    quint64 atual() const { return m_geracao; }
     // A read of `geracao` (0: contents whose reads do not count). Announced from the event loop,
     // never from inside the caller, which may be a window system's dispatch.
     void lida(quint64 geracao);

@@ -130,7 +130,7 @@ int executarAplicativo(int argc, char** argv)
     TranscriptionHistory historico(pasta);
     InsertBuffer buffer;
     InsertionService insercao(*plataforma.clipboard, *plataforma.janelas, *plataforma.teclas, buffer,
-                              QCoreApplication::applicationPid(), {}, plataforma.notificacoes.get());
+                              QCoreApplication::applicationPid(), {}, plataforma.notificacoes.get(), &config);
     DitadosPendentes pendentes(pasta);
     SpeechManager speech(SpeechManager::Dependencias{config, rede, pasta, *plataforma.audio, insercao, *plataforma.som,
                                                      vocabulario, historico, QString(), nullptr, std::chrono::seconds(60),

@@ -7,6 +7,7 @@
 #include "platform/EntradaAudio.h"
 #include "shell/OperationMode.h"
 #include "ui/CamposPreferencias.h"
+#include "ui/TabelaTeclaDeColar.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -142,6 +143,8 @@ PaginaComportamento::PaginaComportamento(Configuracoes& config, QStringList rotu
     m_leitura = new QTimer(this);
     m_leitura->setInterval(50);
     connect(m_leitura, &QTimer::timeout, this, [this] { m_nivel->setValue(int(m_ultimoNivel->load() * 100)); });
+    m_teclaDeColar = new TabelaTeclaDeColar(m_config, this);
+    atalho->addRow(QStringLiteral("Tecla de colar:"), m_teclaDeColar);
     v->addLayout(atalho);
     v->addWidget(ajuda(QStringLiteral("Onde o ambiente não deixa o Sonvo ter atalhos globais, associe estes comandos:"), this));
     v->addWidget(new ComoAssociarAtalhos(this));

@@ -22,8 +22,10 @@ class EntradaAudio;
 
 namespace sonvo::ui {
 
+class TabelaTeclaDeColar;
+
 // The operation mode: a preset that sets the four switches, the switches one by one, and the mode
-// they make together.
+// they make together; how the hotkey works, the microphone and the paste key per application.
 class PaginaComportamento : public QWidget {
     Q_OBJECT
 public:
@@ -41,6 +43,7 @@ public:
     QComboBox* modoAtalho() const { return m_modoAtalho; }
     QComboBox* microfones() const { return m_microfones; }
     QProgressBar* nivel() const { return m_nivel; }
+    TabelaTeclaDeColar* teclaDeColar() const { return m_teclaDeColar; }
 
 protected:
     void showEvent(QShowEvent* e) override;
@@ -61,6 +64,7 @@ private:
     QProgressBar* m_nivel = nullptr;
     QTimer* m_leitura = nullptr;
     std::shared_ptr<std::atomic<float>> m_ultimoNivel = std::make_shared<std::atomic<float>>(0.0f);
+    TabelaTeclaDeColar* m_teclaDeColar = nullptr;
     bool m_carregando = false;
 };
 

@@ -80,9 +80,9 @@ QByteArray ClipboardDoUsuario::pngDeTeste()
 
 std::unique_ptr<Auxiliar> ClipboardDoUsuario::servir(const QString& pasta) const
 {
-    QStringList args;
+    QStringList args = selecao == "primary"_t ? QStringList{"--primaria"_t} : QStringList();
     for (const auto& [tipo, dados] : {std::pair{"text/plain", texto}, std::pair{"text/html", html}, std::pair{"image/png", png}}) {
-        const QString arquivo = pasta + u'/' + QString::fromLatin1(tipo).replace(u'/', u'-');
+        const QString arquivo = pasta + u'/' + selecao + u'-' + QString::fromLatin1(tipo).replace(u'/', u'-');
         gravarArquivo(arquivo, dados);
         args << QString::fromLatin1(tipo) + u'=' + arquivo;
     }
@@ -93,11 +93,11 @@ std::unique_ptr<Auxiliar> ClipboardDoUsuario::servir(const QString& pasta) const
 
 void ClipboardDoUsuario::conferir() const
 {
-    EXPECT_EQ(lerClipboard("text/plain"_t), texto);
-    EXPECT_EQ(lerClipboard("UTF8_STRING"_t), texto);
-    EXPECT_EQ(lerClipboard("text/html"_t), html);
-    EXPECT_TRUE(lerClipboard("image/png"_t) == png) << "the picture differs";
-    const QList<QByteArray> alvos = lerClipboard("TARGETS"_t).split('\n');
+    EXPECT_EQ(lerClipboard("text/plain"_t, selecao), texto);
+    EXPECT_EQ(lerClipboard("UTF8_STRING"_t, selecao), texto);
+    EXPECT_EQ(lerClipboard("text/html"_t, selecao), html);
+    EXPECT_TRUE(lerClipboard("image/png"_t, selecao) == png) << "the picture differs";
+    const QList<QByteArray> alvos = lerClipboard("TARGETS"_t, selecao).split('\n');
     EXPECT_TRUE(alvos.contains("org.nspasteboard.RestoredType"));
     EXPECT_FALSE(alvos.contains("org.nspasteboard.TransientType") || alvos.contains("x-kde-passwordManagerHint"));
 }

@@ -30,8 +30,8 @@ inline bool xdotool(const QStringList& args) { return rodar("xdotool"_t, args).c
 // Lets go of the hotkeys' modifiers: a test that fails midway must not leave keys held for the next one.
 inline void soltarTeclas() { xdotool({"keyup"_t, "super"_t, "shift"_t}); }
 
-// The clipboard as another client sees it: `xclip -o` for one target.
-inline QByteArray lerClipboard(const QString& tipo) { return rodar("xclip"_t, {"-selection"_t, "clipboard"_t, "-o"_t, "-t"_t, tipo}).saida; }
+// The clipboard (or `selecao`) as another client sees it: `xclip -o` for one target.
+inline QByteArray lerClipboard(const QString& tipo, const QString& selecao = "clipboard"_t) { return rodar("xclip"_t, {"-selection"_t, selecao, "-o"_t, "-t"_t, tipo}).saida; }
 
 // A helper program that prints "pronto" once ready; ended when destroyed.
 class Auxiliar {
@@ -52,13 +52,15 @@ private:
 // Another client's text widget (sonvo_alvo_texto writing to `saida`), in front once this returns.
 std::unique_ptr<Auxiliar> abrirAlvo(const QString& saida, const QStringList& extra = {});
 
-// The user's clipboard before a dictation: text, HTML and a picture, owned by another client.
+// The user's clipboard (or PRIMARY) before a dictation: text, HTML and a picture, owned by another client.
 struct ClipboardDoUsuario {
     QByteArray texto = QByteArrayLiteral("Texto do usuário\nsegunda linha \xF0\x9F\x99\x82 fim");
     QByteArray html = QByteArrayLiteral("<meta charset=\"utf-8\"><b>negrito</b> e <i>ação</i>");
     QByteArray png = pngDeTeste();
 
     static QByteArray pngDeTeste();
+    QString selecao = "clipboard"_t; // or "primary"
+
     // Its owner (sonvo_dono_clipboard), serving the three formats from files in `pasta`.
     std::unique_ptr<Auxiliar> servir(const QString& pasta) const;
     // Expects each format, byte for byte, as another client reads it now.

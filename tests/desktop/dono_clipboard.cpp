@@ -1,5 +1,6 @@
 // Another client that owns the CLIPBOARD selection, for the desktop tests.
 //   sonvo_dono_clipboard TIPO=ARQUIVO...   serves each file's bytes under its type, through Qt
+//   sonvo_dono_clipboard --primaria TIPO=ARQUIVO...   the same, as the owner of PRIMARY
 //   sonvo_dono_clipboard --mudo            takes the selection and never answers a request
 // Prints "pronto" once it owns the selection and lives until it is killed.
 #include <QByteArray>
@@ -51,8 +52,10 @@ int main(int argc, char** argv)
         return mudo();
 
     QGuiApplication app(argc, argv);
+    const bool primaria = argc > 1 && std::strcmp(argv[1], "--primaria") == 0;
+    const QClipboard::Mode modo = primaria ? QClipboard::Selection : QClipboard::Clipboard;
     auto* dados = new QMimeData;
-    for (int i = 1; i < argc; ++i) {
+    for (int i = primaria ? 2 : 1; i < argc; ++i) {
         const QByteArray arg(argv[i]);
         const qsizetype igual = arg.indexOf('=');
         if (igual <= 0) {
@@ -64,8 +67,8 @@ int main(int argc, char** argv)
             return 2;
         dados->setData(QString::fromLatin1(arg.left(igual)), f.readAll());
     }
-    QGuiApplication::clipboard()->setMimeData(dados, QClipboard::Clipboard);
-    if (!QGuiApplication::clipboard()->ownsClipboard())
+    QGuiApplication::clipboard()->setMimeData(dados, modo);
+    if (!(primaria ? QGuiApplication::clipboard()->ownsSelection() : QGuiApplication::clipboard()->ownsClipboard()))
         return 1;
     std::puts("pronto");
     std::fflush(stdout);

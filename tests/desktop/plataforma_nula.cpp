@@ -18,8 +18,8 @@ TEST(PlataformaNula, ServicosInertesEAInsercaoDeixaOTextoNoClipboard)
     EXPECT_FALSE(p.janelas->acessoConcedido());
     EXPECT_FALSE(p.janelas->daFrente());
     EXPECT_TRUE(p.janelas->normaisEmOrdem().isEmpty());
-    EXPECT_FALSE(QCoro::waitFor(p.teclas->colar(false)));
-    EXPECT_FALSE(p.clipboard->instantaneo());
+    EXPECT_FALSE(QCoro::waitFor(p.teclas->colar(TeclaColar::ctrlV)));
+    EXPECT_FALSE(p.clipboard->instantaneo(Selecao::clipboard));
     EXPECT_TRUE(p.audio->iniciar([](const float*, unsigned long) {}).has_value()); // why there is no input
     p.som->tocarConclusao();
 
@@ -29,7 +29,7 @@ TEST(PlataformaNula, ServicosInertesEAInsercaoDeixaOTextoNoClipboard)
     InsertionService s(*p.clipboard, *p.janelas, *p.teclas, buffer, QCoreApplication::applicationPid(), esperas);
     QCoro::waitFor(s.inserir(QStringLiteral("sem desktop")));
     // Nothing to paste into: the text stays on the clipboard for a manual paste.
-    EXPECT_EQ(p.clipboard->instantaneo(), (ClipboardSnapshot{{{{QStringLiteral("text/plain"), QByteArray("sem desktop")}}}}));
+    EXPECT_EQ(p.clipboard->instantaneo(Selecao::clipboard), (ClipboardSnapshot{{{{QStringLiteral("text/plain"), QByteArray("sem desktop")}}}}));
     EXPECT_EQ(buffer.entradas().size(), 1);
 }
 

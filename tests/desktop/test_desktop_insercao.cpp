@@ -77,7 +77,7 @@ TEST_F(Colagem, ColaEmCadaTipoDeAlvoEDevolveOClipboardDepoisDaLeituraMesmoComDon
             ASSERT_TRUE(xdotool({"keydown"_t, "super+shift"_t}));
         }
         const QString ditado = "Olá, mundo! Ação às 10h (%1)"_t.arg(c.nome);
-        ASSERT_TRUE(inserir(ditado)) << "the insertion hung";
+    ASSERT_TRUE(inserir(ditado)) << "the insertion hung";
         EXPECT_TRUE(colado(c.nome, ditado)) << lerArquivo(caminho(c.nome)).constData();
         const QByteArray teclas = lerArquivo(caminho(c.nome + ".teclas"_t));
         EXPECT_TRUE(teclas.startsWith(c.tecla + ' ') && teclas.trimmed().endsWith("dica=secret")) << teclas.constData();
@@ -120,10 +120,10 @@ TEST_F(Colagem, ConteudoGrandeVaiEVoltaEmTransferenciaIncremental)
     QProcess xclip;
     xclip.start("xclip"_t, {"-selection"_t, "clipboard"_t, "-t"_t, "image/png"_t, "-i"_t, caminho("grande"_t)});
     std::optional<ClipboardSnapshot> s;
-    ASSERT_TRUE(girarAte([&] { return (s = p.clipboard->instantaneo()) && s->items.first().size() == 1; }));
+    ASSERT_TRUE(girarAte([&] { return (s = p.clipboard->instantaneo(Selecao::clipboard)) && s->items.first().size() == 1; }));
     EXPECT_EQ(s->items.first().first().type, "image/png"_t);
     EXPECT_TRUE(s->items.first().first().data == grande) << "read " << s->items.first().first().data.size() << " bytes";
-    p.clipboard->restaurar(*s);
+    p.clipboard->restaurar(*s, Selecao::clipboard);
     girarAte([&] { return xclip.state() == QProcess::NotRunning; }); // xclip leaves once it loses the clipboard
     EXPECT_TRUE(lerClipboard("image/png"_t) == grande);
 }
@@ -131,7 +131,7 @@ TEST_F(Colagem, ConteudoGrandeVaiEVoltaEmTransferenciaIncremental)
 TEST_F(Colagem, SoALeituraDoTextoDitadoContaEOProprioConteudoNaoVaiAoX)
 {
     AreaTransferencia& clip = *p.clipboard;
-    clip.escreverTexto("ninguém lê"_t, true);
+    clip.escreverTexto("ninguém lê"_t, true, Selecao::clipboard);
     EXPECT_FALSE(aguardar(clip.aguardarLeitura(150ms)));
     // A clipboard manager that reads only the markers has not fetched the text.
     EXPECT_EQ(lerClipboard("x-kde-passwordManagerHint"_t), QByteArray("secret"));
@@ -139,11 +139,37 @@ TEST_F(Colagem, SoALeituraDoTextoDitadoContaEOProprioConteudoNaoVaiAoX)
     EXPECT_EQ(lerClipboard("UTF8_STRING"_t), QByteArray("ninguém lê"));
     EXPECT_TRUE(aguardar(clip.aguardarLeitura(0ms)));
     // Nor does reading what was restored over it.
-    clip.escreverTexto("outro"_t, true);
+    clip.escreverTexto("outro"_t, true, Selecao::clipboard);
     const ClipboardSnapshot s{{{{"text/plain"_t, QByteArray("restaurado")}, {"application/x-sonvo"_t, QByteArray("\x00\x01", 2)}}}};
-    clip.restaurar(s);
+    clip.restaurar(s, Selecao::clipboard);
     EXPECT_EQ(lerClipboard("text/plain"_t), QByteArray("restaurado"));
     EXPECT_FALSE(aguardar(clip.aguardarLeitura(50ms)));
     // Asking ourselves over X would time out (this thread answers): our own contents are kept.
-    EXPECT_EQ(clip.instantaneo(), std::optional<ClipboardSnapshot>(s)) << "the restored marker is left out";
+    EXPECT_EQ(clip.instantaneo(Selecao::clipboard), std::optional<ClipboardSnapshot>(s)) << "the restored marker is left out";
+}
+
+TEST_F(Colagem, NoXtermChegaPelaSelecaoPrimariaEAsDuasSelecoesVoltamByteAByte)
+{
+    // What the user last selected, other bytes than the clipboard's.
+    const ClipboardDoUsuario selecionado{"ls -la | grep ação\n\xF0\x9F\x99\x82", "<b>sele\xC3\xA7\xC3\xA3o</b>\x01",
+                                         ClipboardDoUsuario::pngDeTeste().left(300), "primary"_t};
+    auto donoPrimaria = selecionado.servir(dir.path());
+    auto dono = usuario.servir(dir.path());
+    // A real xterm running cat without line buffering: what it pastes lands in the file at once
+    // (Ctrl+Shift+V would put a control byte there instead).
+    QProcess xterm;
+    const QString saida = caminho("xterm"_t);
+    xterm.start("env"_t, {"LC_ALL=C.UTF-8"_t, "xterm"_t, "-u8"_t, "-e"_t, "sh"_t, "-c"_t, "stty -icanon -echo; : >\"$1.pronto\"; exec cat >\"$1\""_t, "sh"_t, saida});
+    ASSERT_TRUE(girarAte([&] {
+        const auto f = p.janelas->daFrente();
+        return QFile::exists(saida + ".pronto"_t) && f && f->id == "XTerm"_t;
+    })) << "xterm did not come to the front";
+
+    const QString ditado = "echo Olá, ação às 10h"_t;
+    ASSERT_TRUE(inserir(ditado)) << "the insertion hung";
+    EXPECT_TRUE(girarAte([&] { return lerArquivo(saida) == ditado.toUtf8(); })) << lerArquivo(saida).toHex().constData();
+    dono.reset();
+    donoPrimaria.reset(); // only the restore can answer now
+    usuario.conferir();
+    selecionado.conferir();
 }

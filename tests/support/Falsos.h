@@ -58,25 +58,34 @@ public:
     std::optional<ClipboardSnapshot> restaurado;
     std::optional<QString> selecao;
     int leiturasDaSelecao = 0;
+    // The primary selection: the same facts, written in the diary with "PRIMARY".
+    bool primariaExiste = true;
+    std::optional<ClipboardSnapshot> conteudoPrimaria, restauradoPrimaria;
 
-    std::optional<ClipboardSnapshot> instantaneo() override { return anotar(QStringLiteral("instantaneo")), conteudo; }
-    void escreverTexto(const QString& t, bool trans) override
+    bool temPrimaria() const override { return primariaExiste; }
+    std::optional<ClipboardSnapshot> instantaneo(Selecao s) override
     {
-        anotar(QStringLiteral("escrever '%1' transitorio=%2").arg(t).arg(trans));
-        texto = t;
+        anotar(QStringLiteral("instantaneo") + nome(s));
+        return s == Selecao::primaria ? conteudoPrimaria : conteudo;
+    }
+    void escreverTexto(const QString& t, bool trans, Selecao s) override
+    {
+        anotar(QStringLiteral("escrever%1 '%2' transitorio=%3").arg(nome(s), t).arg(trans));
+        if (s == Selecao::clipboard)
+            texto = t;
         transitorio = trans;
     }
-    void restaurar(const ClipboardSnapshot& s) override
+    void restaurar(const ClipboardSnapshot& c, Selecao s) override
     {
         QStringList itens;
-        for (const auto& item : s.items) {
+        for (const auto& item : c.items) {
             QStringList pares;
             for (const auto& p : item)
                 pares << p.type + u'=' + QString::fromUtf8(p.data);
             itens << pares.join(u',');
         }
-        anotar(QStringLiteral("restaurar ") + itens.join(u'|'));
-        restaurado = s;
+        anotar(QStringLiteral("restaurar") + nome(s) + u' ' + itens.join(u'|'));
+        (s == Selecao::primaria ? restauradoPrimaria : restaurado) = c;
     }
     QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override
     {
@@ -86,6 +95,7 @@ public:
     std::optional<QString> textoSelecionado(const AppJanela&) override { return ++leiturasDaSelecao, selecao; }
 
 private:
+    static QString nome(Selecao s) { return s == Selecao::primaria ? QStringLiteral(" PRIMARY") : QString(); }
     void anotar(const QString& e) { if (diario) (*diario)(e); }
 };
 
@@ -94,9 +104,10 @@ public:
     Diario* diario = nullptr;
     bool enviou = true;
     void soltarModificadores() override { anotar(QStringLiteral("soltarModificadores")); }
-    QCoro::Task<bool> colar(bool terminal) override
+    QCoro::Task<bool> colar(TeclaColar tecla) override
     {
-        anotar(QStringLiteral("colar terminal=%1").arg(terminal));
+        const char* nomes[] = {"Ctrl+V", "Ctrl+Shift+V", "Shift+Insert"};
+        anotar(QStringLiteral("colar ") + QLatin1String(nomes[int(tecla)]));
         co_return enviou;
     }
     QString forma() const override { return QStringLiteral("teclas falsas"); }

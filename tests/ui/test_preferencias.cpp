@@ -11,6 +11,7 @@
 #include "ui/ComoAssociarAtalhos.h"
 #include "ui/Onboarding.h"
 #include "ui/Preferencias.h"
+#include "ui/TabelaTeclaDeColar.h"
 #include "vocabulary/VocabularyAuditService.h"
 #include "vocabulary/VocabularyService.h"
 
@@ -259,6 +260,30 @@ TEST_F(Prefs, VocabularioGlobalPorAplicativoEAuditoria)
     EXPECT_EQ(p.mensagemAuditoria()->text(), u"Rejeitada: posgres → Postgres"_s);
     EXPECT_EQ(vocab.aplicarCorrecoes(u"reakt posgres"_s, std::nullopt), u"React posgres"_s);
     EXPECT_EQ(p.sugestoes()->rowCount(), 0);
+}
+
+TEST_F(Prefs, TeclaDeColarPorAplicativoGravadaACadaMudanca)
+{
+    ui::TabelaTeclaDeColar& t = *janela->comportamento()->teclaDeColar();
+    for (const auto& [app, escolha] : {std::pair{u" XTerm "_s, 1}, {u"kate"_s, 3}, {QString(), 2}}) { // no id: not saved
+        t.botaoAdicionar()->click();
+        t.tabela()->item(t.tabela()->rowCount() - 1, 0)->setText(app);
+        t.escolha(t.tabela()->rowCount() - 1)->setCurrentIndex(escolha);
+    }
+    QStringList rotulos{t.tabela()->model()->headerData(1, Qt::Horizontal).toString()};
+    for (int i = 0; i < t.escolha(0)->count(); ++i)
+        rotulos << t.escolha(0)->itemText(i);
+    EXPECT_EQ(rotulos, (QStringList{u"Tecla de colar"_s, u"automático"_s, u"Ctrl+V"_s, u"Ctrl+Shift+V"_s, u"Shift+Insert"_s}));
+    const auto noDisco = [&] { return TeclaDeColar::ler(Configuracoes(amb.arquivoConfig())); };
+    EXPECT_EQ(noDisco(), (QMap<QString, QString>{{u"XTerm"_s, u"ctrl-v"_s}, {u"kate"_s, u"shift-insert"_s}}));
+
+    criar(); // a new window shows what was saved, and removing saves too
+    ui::TabelaTeclaDeColar& n = *janela->comportamento()->teclaDeColar();
+    ASSERT_EQ(n.tabela()->rowCount(), 2);
+    EXPECT_EQ(n.tabela()->item(1, 0)->text() + u' ' + n.escolha(1)->currentText(), u"kate Shift+Insert"_s);
+    n.tabela()->setCurrentCell(0, 0);
+    n.botaoRemover()->click();
+    EXPECT_EQ(noDisco(), (QMap<QString, QString>{{u"kate"_s, u"shift-insert"_s}}));
 }
 
 TEST(BoasVindas, ExplicaOsAtalhosEDizQuandoASessaoNaoOsPermite)

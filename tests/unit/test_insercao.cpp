@@ -1,3 +1,4 @@
+#include "core/Configuracoes.h"
 #include "core/Log.h"
 #include "dictation/InsertBuffer.h"
 #include "dictation/InsertionService.h"
@@ -6,6 +7,7 @@
 #include "support/Utilitarios.h"
 
 #include <QCoroTask>
+#include <QRegularExpression>
 #include <QStringList>
 #include <QTimer>
 
@@ -42,7 +44,7 @@ protected:
     InsertionService servico() { return servico(padrao()); }
     InsertionService servico(InsertionService::Esperas esperas)
     {
-        return InsertionService(clipboard, janelas, teclas, buffer, kPidSonvo, std::move(esperas), &avisos);
+        return InsertionService(clipboard, janelas, teclas, buffer, kPidSonvo, std::move(esperas), &avisos, &config);
     }
     InsertionService::Esperas padrao()
     {
@@ -63,6 +65,7 @@ protected:
     }
 
     teste::AmbienteTemporario amb;
+    Configuracoes config{amb.arquivoConfig()};
     teste::Diario diario;
     teste::ClipboardFalso clipboard;
     teste::JanelasFalsas janelas;
@@ -83,7 +86,7 @@ TEST_F(ServicoInsercao, OrdemCompletaComOAlvoNaFrente)
 
     EXPECT_EQ(diario.eventos, (QStringList{"acessoConcedido", "daFrente", "instantaneo",
                            u"escrever 'Olá, e\u0301\U0001F1E7\U0001F1F7' transitorio=1"_s, "daFrente",
-                           "daFrente", "soltarModificadores", "colar terminal=0", "esperar 200", "aguardarLeitura 800",
+                           "daFrente", "soltarModificadores", "colar Ctrl+V", "esperar 200", "aguardarLeitura 800",
                            "restaurar text/plain=antigo,image/png=\x89PNG"}));
     EXPECT_EQ(log(), (QStringList{"Vozel [Insert] AXTrusted=1 frontmost=kate texto.count=7",
                                   "Vozel [Insert] texto no clipboard", "Vozel [Insert] alvo=kate",
@@ -94,7 +97,7 @@ TEST_F(ServicoInsercao, OrdemCompletaComOAlvoNaFrente)
     EXPECT_EQ(buffer.entradas().first().texto, u"Olá, e\u0301\U0001F1E7\U0001F1F7"_s);
 }
 
-TEST_F(ServicoInsercao, EscolhaDoAlvoEDaTeclaDeColar)
+TEST_F(ServicoInsercao, EscolhaDoAlvo)
 {
     const AppJanela sonvo = app(0x500, u"sonvo"_s, kPidSonvo);
     struct Caso {
@@ -102,21 +105,21 @@ TEST_F(ServicoInsercao, EscolhaDoAlvoEDaTeclaDeColar)
         std::optional<AppJanela> frente;
         QList<AppJanela> normais;
         QString ativada; // "" when nothing is activated
-        bool terminal, recusada = false;
+        QString tecla = u"Ctrl+V"_s;
+        bool recusada = false;
     } casos[] = {
         {"frente é o Sonvo: primeira janela normal de outro app com classe", sonvo,
          {sonvo, app(0x600, std::nullopt, 90), app(0x610, u""_s, 91), app(0x700, u"firefox"_s, 80)},
-         u"ativar 1792 500"_s, false},
-        // Recognised by process, not by class: a panel with another WM_CLASS is still Sonvo's.
+         u"ativar 1792 500"_s},
+        // Recognised by process, not by class: a panel with another WM_CLASS is still Sonvo's. The
+        // key is the target's, not the panel's.
         {"painel do Sonvo com outra classe", app(0x510, u"painel"_s, kPidSonvo),
-         {app(0x520, u"outro-painel"_s, kPidSonvo), app(0x900, u"XTerm"_s, 5)},
-         u"ativar 2304 500"_s, true},
-        {"nada na frente", std::nullopt, {app(0x700, u"gedit"_s, 80)}, u"ativar 1792 500"_s, false},
-        {"só o Sonvo: cola mesmo assim", sonvo, {sonvo}, QString(), false},
+         {app(0x520, u"outro-painel"_s, kPidSonvo), app(0x900, u"XTerm"_s, 5)}, u"ativar 2304 500"_s, u"Shift+Insert"_s},
+        {"nada na frente", std::nullopt, {app(0x700, u"gedit"_s, 80)}, u"ativar 1792 500"_s},
+        {"só o Sonvo: cola mesmo assim", sonvo, {sonvo}, QString()},
         // The window closed or the manager refused: the text is still pasted (and restored).
-        {"ativação recusada", sonvo, {app(0x700, u"kate"_s, 80)}, u"ativar 1792 500"_s, false, true},
-        {"janela da frente sem classe ainda é o alvo", app(0x300, std::nullopt, 33), {app(0x700, u"gedit"_s, 80)},
-         QString(), false},
+        {"ativação recusada", sonvo, {app(0x700, u"kate"_s, 80)}, u"ativar 1792 500"_s, u"Ctrl+V"_s, true},
+        {"janela da frente sem classe ainda é o alvo", app(0x300, std::nullopt, 33), {app(0x700, u"gedit"_s, 80)}, QString()},
     };
     for (const Caso& c : casos) {
         SCOPED_TRACE(c.nome);
@@ -128,16 +131,57 @@ TEST_F(ServicoInsercao, EscolhaDoAlvoEDaTeclaDeColar)
         inserir(s, u"oi"_s);
         const QStringList ativacoes = diario.eventos.filter(u"ativar"_s);
         EXPECT_EQ(ativacoes, c.ativada.isEmpty() ? QStringList{} : QStringList{c.ativada});
-        EXPECT_TRUE(diario.eventos.contains(u"colar terminal=%1"_s.arg(c.terminal)));
+        EXPECT_EQ(diario.eventos.filter(u"colar"_s), QStringList{u"colar "_s + c.tecla});
     }
-    // Terminals by WM_CLASS get Ctrl+Shift+V; names that merely resemble one do not.
-    for (const char* classe : {"XTerm", "kitty", "Gnome-terminal", "konsole", "Alacritty", "URxvt", "kate", "terminal-notes", "xtermx"}) {
+}
+
+TEST_F(ServicoInsercao, TeclaPelaClasseOuEscolhaEPrimariaSoComShiftInsertVoltandoComoOClipboard)
+{
+    // As the preferences save it: ids trimmed, compared without case; an unknown value is automatic.
+    TeclaDeColar::gravar(config, {{u" Kate "_s, u"shift-insert"_s}, {u"xterm"_s, u"ctrl-v"_s}, {u"kitty"_s, u"bobagem"_s},
+                                  {u"gedit"_s, u"ctrl-shift-v"_s}});
+    const auto antigo = ClipboardSnapshot{{{par("text/plain", "antigo")}}};
+    const auto sel = ClipboardSnapshot{{{par("UTF8_STRING", "selecionado"), par("text/html", "<b>s</b>")}}};
+    struct Caso {
+        QString classe, tecla;
+        bool primaria = true, acesso = true; // the backend has PRIMARY; the keys may be sent
+        int vazia = 0;                       // 1: the clipboard was empty before, 2: PRIMARY was
+    } casos[] = {
+        // Names that merely resemble a terminal's are not one.
+        {u"firefox"_s, u"Ctrl+V"_s}, {u"terminal-notes"_s, u"Ctrl+V"_s}, {u"xtermx"_s, u"Ctrl+V"_s},
+        {u"Gnome-terminal"_s, u"Ctrl+Shift+V"_s}, {u"kitty"_s, u"Ctrl+Shift+V"_s}, {u"gedit"_s, u"Ctrl+Shift+V"_s},
+        {u"UXTerm"_s, u"Shift+Insert"_s}, {u"URxvt"_s, u"Shift+Insert"_s}, {u"kate"_s, u"Shift+Insert"_s},
+        {u"XTerm"_s, u"Ctrl+V"_s},
+        // Shift+Insert without PRIMARY to hold the text would paste the last selection, unless the
+        // user chose it (GTK pastes CLIPBOARD with it).
+        {u"UXTerm"_s, u"Ctrl+Shift+V"_s, false}, {u"kate"_s, u"Shift+Insert"_s, false},
+        // Empty before: the dictated text stays. Without access nothing is saved nor put back.
+        {u"UXTerm"_s, u"Shift+Insert"_s, true, true, 1}, {u"UXTerm"_s, u"Shift+Insert"_s, true, true, 2},
+        {u"UXTerm"_s, u"Shift+Insert"_s, true, false},
+    };
+    for (const Caso& c : casos) {
+        SCOPED_TRACE(&c - casos);
         diario.eventos.clear();
-        janelas.frente = app(0x100, QString::fromLatin1(classe), 77);
+        clipboard.restaurado = clipboard.restauradoPrimaria = std::nullopt;
+        clipboard.primariaExiste = c.primaria;
+        clipboard.conteudo = c.vazia == 1 ? std::nullopt : std::optional(antigo);
+        clipboard.conteudoPrimaria = c.vazia == 2 ? std::nullopt : std::optional(sel);
+        janelas.acesso = c.acesso;
+        janelas.frente = app(0x100, c.classe, 77);
         auto s = servico();
-        inserir(s, u"ls"_s);
-        const bool terminal = QByteArray(classe) != "kate" && QByteArray(classe) != "terminal-notes" && QByteArray(classe) != "xtermx";
-        EXPECT_TRUE(diario.eventos.contains(u"colar terminal=%1"_s.arg(terminal))) << classe;
+        inserir(s, u"ls -la"_s);
+        const bool usa = c.tecla == u"Shift+Insert"_s && c.primaria;
+        const bool restauraPrimaria = usa && c.acesso && c.vazia != 2;
+        EXPECT_EQ(clipboard.restauradoPrimaria, restauraPrimaria ? std::optional(sel) : std::nullopt);
+        EXPECT_EQ(clipboard.restaurado, c.acesso && c.vazia != 1 ? std::optional(antigo) : std::nullopt);
+        EXPECT_EQ(diario.eventos.contains(u"instantaneo PRIMARY"_s), usa && c.acesso);
+        // Written before the keys, put back only after the target's read.
+        const qsizetype colar = diario.eventos.indexOf(u"colar "_s + c.tecla);
+        const qsizetype escrita = diario.eventos.indexOf(u"escrever PRIMARY 'ls -la' transitorio=%1"_s.arg(c.acesso));
+        const qsizetype leitura = diario.eventos.indexOf(QRegularExpression(u"aguardarLeitura .*"_s));
+        EXPECT_TRUE(colar >= 0 && (usa ? escrita >= 0 && escrita < colar : escrita < 0));
+        EXPECT_EQ(leitura >= 0 && leitura < diario.eventos.indexOf(QRegularExpression(u"restaurar PRIMARY .*"_s)),
+                  restauraPrimaria);
     }
 }
 

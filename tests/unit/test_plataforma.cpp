@@ -144,11 +144,11 @@ TEST_F(PortalFalso, ConsentimentoPedidoUmaVezETokenReusadoNaProximaExecucao)
     EXPECT_TRUE(Portal::alcancavel(conexao));
     {
         auto t = teclado();
-        EXPECT_TRUE(aguardar(t->colar(false)));
-        EXPECT_TRUE(aguardar(t->colar(true)));
+        for (TeclaColar tecla : {TeclaColar::ctrlV, TeclaColar::ctrlShiftV, TeclaColar::shiftInsert})
+            EXPECT_TRUE(aguardar(t->colar(tecla)));
     }
-    // Ctrl+V, then Ctrl+Shift+V for a terminal: evdev codes, pressed and released in order.
-    EXPECT_EQ(teclas(), (QList<int>{29, 47, -47, -29, 29, 42, 47, -47, -42, -29}));
+    // Ctrl+V, Ctrl+Shift+V, Shift+Insert: evdev codes, pressed and released in order.
+    EXPECT_EQ(teclas(), (QList<int>{29, 47, -47, -29, 29, 42, 47, -47, -42, -29, 42, 110, -110, -42}));
     ASSERT_EQ(chamadas(u"Start"_s).size(), 1);
     EXPECT_TRUE(chamadas(u"Start"_s)[0].value(u"dialogo"_s).toBool());
     const auto selecao = chamadas(u"SelectDevices"_s);
@@ -160,7 +160,7 @@ TEST_F(PortalFalso, ConsentimentoPedidoUmaVezETokenReusadoNaProximaExecucao)
 
     // Sonvo restarted: the kept token spares the user the dialog, and the new one replaces it.
     auto depois = teclado();
-    EXPECT_TRUE(aguardar(depois->colar(false)));
+    EXPECT_TRUE(aguardar(depois->colar(TeclaColar::ctrlV)));
     ASSERT_EQ(chamadas(u"Start"_s).size(), 2);
     EXPECT_FALSE(chamadas(u"Start"_s)[1].value(u"dialogo"_s).toBool());
     EXPECT_EQ(chamadas(u"SelectDevices"_s)[1].value(u"restore_token"_s).toString().toUtf8(), token);
@@ -171,8 +171,8 @@ TEST_F(PortalFalso, RecusaNaoPerguntaDeNovoERevogacaoPedeNovaSessao)
 {
     iniciarPortal({u"--recusar"_s});
     auto t = teclado();
-    EXPECT_FALSE(aguardar(t->colar(false)));
-    EXPECT_FALSE(aguardar(t->colar(false)));
+    EXPECT_FALSE(aguardar(t->colar(TeclaColar::ctrlV)));
+    EXPECT_FALSE(aguardar(t->colar(TeclaColar::ctrlV)));
     EXPECT_EQ(chamadas(u"Start"_s).size(), 1) << "a refusal is not asked again";
     EXPECT_TRUE(teclas().isEmpty());
     pararPortal();
@@ -180,9 +180,9 @@ TEST_F(PortalFalso, RecusaNaoPerguntaDeNovoERevogacaoPedeNovaSessao)
     // Granted, then revoked from the desktop's settings: the next paste starts a new session.
     iniciarPortal();
     auto outro = teclado();
-    EXPECT_TRUE(aguardar(outro->colar(false)));
+    EXPECT_TRUE(aguardar(outro->colar(TeclaColar::ctrlV)));
     ::kill(static_cast<pid_t>(portal.processId()), SIGUSR1);
-    ASSERT_TRUE(girarAte([&] { return aguardar(outro->colar(false)) && chamadas(u"Start"_s).size() == 3; }));
+    ASSERT_TRUE(girarAte([&] { return aguardar(outro->colar(TeclaColar::ctrlV)) && chamadas(u"Start"_s).size() == 3; }));
     EXPECT_TRUE(chamadas(u"Start"_s)[2].value(u"dialogo"_s).toBool()) << "the revoked token asks again";
 }
 
@@ -191,8 +191,8 @@ TEST_F(PortalFalso, TokenRecusadoPeloPortalEDescartadoEOProximoColarPergunta)
     ASSERT_TRUE(gravarArquivo(amb.raiz() + u"/remotedesktop-token"_s, "nao-e-um-uuid"));
     iniciarPortal();
     auto t = teclado();
-    EXPECT_FALSE(aguardar(t->colar(false)));
-    EXPECT_TRUE(aguardar(t->colar(false)));
+    EXPECT_FALSE(aguardar(t->colar(TeclaColar::ctrlV)));
+    EXPECT_TRUE(aguardar(t->colar(TeclaColar::ctrlV)));
     ASSERT_EQ(chamadas(u"Start"_s).size(), 1);
     EXPECT_TRUE(chamadas(u"Start"_s)[0].value(u"dialogo"_s).toBool());
     EXPECT_NE(lerArquivo(amb.raiz() + u"/remotedesktop-token"_s), "nao-e-um-uuid");

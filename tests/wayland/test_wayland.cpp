@@ -166,12 +166,16 @@ TEST_F(Colagem, ChegaEmAppsNativosEDevolveOClipboardByteAByte)
          "text/html"_t, QByteArrayLiteral("<meta charset=\"utf-8\"><b>negrito</b> e <i>ação</i>")},
         // foot pastes on Ctrl+Shift+V; Ctrl+V would arrive as the byte 0x16.
         {"foot", "foot"_t, "bash"_t, {QStringLiteral(SONVO_FONTES "/tests/wayland/wayland.sh"), "terminal"_t}, "image/png"_t, png},
+        // xterm through XWayland pastes PRIMARY on Shift+Insert: the text goes there, and comes back.
+        {"xterm", "XTerm"_t, "xterm"_t, {"-e"_t, "sh"_t, "-c"_t, "stty raw -echo; exec cat >\"$1\""_t, "sh"_t}, "text/plain"_t, "ls -la"},
     };
     iniciarSonvo();
     for (const Caso& c : casos) {
         SCOPED_TRACE(c.nome);
         ASSERT_TRUE(gravarArquivo(arquivo("antes"_t), c.dados));
         ASSERT_EQ(rodar("sh"_t, {"-c"_t, "wl-copy --type \"$0\" < \"$1\""_t, c.tipo, arquivo("antes"_t)}).codigo, 0);
+        // What the user last selected: left alone, or put back for xterm.
+        ASSERT_EQ(rodar("sh"_t, {"-c"_t, "printf 'sele\\303\\247\\303\\243o' | wl-copy --primary --type text/plain"_t}).codigo, 0);
         const QString saida = arquivo(c.appId);
         QProcess alvo;
         abrir(alvo, c.programa, c.args + QStringList{saida}, c.appId);
@@ -185,6 +189,7 @@ TEST_F(Colagem, ChegaEmAppsNativosEDevolveOClipboardByteAByte)
         EXPECT_EQ(focado(), c.appId);
         const auto depois = rodar("wl-paste"_t, {"--no-newline"_t, "--type"_t, c.tipo});
         EXPECT_EQ(depois.saida, c.dados);
+        EXPECT_EQ(rodar("wl-paste"_t, {"--primary"_t, "--no-newline"_t, "--type"_t, "text/plain"_t}).saida, "sele\xC3\xA7\xC3\xA3o");
     }
 }
 

@@ -12,8 +12,6 @@
 #include <QFile>
 #include <QCoroDBusPendingCall>
 
-#include <linux/input-event-codes.h>
-
 #include <utility>
 
 namespace sonvo {
@@ -125,20 +123,19 @@ QCoro::Task<bool> TeclasPortal::tecla(QString sessao, int codigo, bool pressiona
     co_return r.type() == QDBusMessage::ReplyMessage;
 }
 
-QCoro::Task<bool> TeclasPortal::colar(bool terminal)
+QCoro::Task<bool> TeclasPortal::colar(TeclaColar teclaColar)
 {
     if (m_estado == Estado::recusada || m_estado == Estado::iniciando)
         co_return false;
     if (m_estado == Estado::semSessao && !co_await iniciarSessao())
         co_return false;
     // Evdev key codes, in order; each call is answered before the next, so they arrive in order.
-    QList<QPair<int, bool>> teclas{{KEY_LEFTCTRL, true}};
-    if (terminal)
-        teclas << qMakePair(KEY_LEFTSHIFT, true);
-    teclas << qMakePair(KEY_V, true) << qMakePair(KEY_V, false);
-    if (terminal)
-        teclas << qMakePair(KEY_LEFTSHIFT, false);
-    teclas << qMakePair(KEY_LEFTCTRL, false);
+    const QList<int> codigos = codigosEvdev(teclaColar);
+    QList<QPair<int, bool>> teclas;
+    for (int c : codigos)
+        teclas << qMakePair(c, true);
+    for (auto it = codigos.rbegin(); it != codigos.rend(); ++it)
+        teclas << qMakePair(*it, false);
     // The session may be closed by the portal while the keys go: they then fail, and say so.
     const QString sessao = m_sessao;
     bool ok = true;

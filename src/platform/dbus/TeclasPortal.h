@@ -28,7 +28,7 @@ public:
     ~TeclasPortal() override;
 
     void soltarModificadores() override {}
-    QCoro::Task<bool> colar(bool terminal) override;
+    QCoro::Task<bool> colar(TeclaColar tecla) override;
     QString forma() const override;
 
 private Q_SLOTS:

@@ -13,9 +13,9 @@ std::optional<QString> EntradaAudioNula::iniciar(Bloco)
     return QStringLiteral("nenhum dispositivo de entrada de áudio");
 }
 
-std::optional<ClipboardSnapshot> AreaTransferenciaNula::instantaneo()
+std::optional<ClipboardSnapshot> AreaTransferenciaNula::instantaneo(Selecao selecao)
 {
-    if (m_conteudo.items.isEmpty())
+    if (selecao != Selecao::clipboard || m_conteudo.items.isEmpty())
         return std::nullopt;
     ClipboardSnapshot s;
     for (const auto& item : m_conteudo.items) {
@@ -28,8 +28,10 @@ std::optional<ClipboardSnapshot> AreaTransferenciaNula::instantaneo()
     return s;
 }
 
-void AreaTransferenciaNula::escreverTexto(const QString& texto, bool transitorio)
+void AreaTransferenciaNula::escreverTexto(const QString& texto, bool transitorio, Selecao selecao)
 {
+    if (selecao != Selecao::clipboard)
+        return;
     QList<ClipboardSnapshot::Item> item;
     if (transitorio)
         item.append({QString::fromLatin1(tipoTransitorio), QByteArray()});
@@ -37,8 +39,10 @@ void AreaTransferenciaNula::escreverTexto(const QString& texto, bool transitorio
     m_conteudo.items = {item};
 }
 
-void AreaTransferenciaNula::restaurar(const ClipboardSnapshot& s)
+void AreaTransferenciaNula::restaurar(const ClipboardSnapshot& s, Selecao selecao)
 {
+    if (selecao != Selecao::clipboard)
+        return;
     m_conteudo.items = {{{QString::fromLatin1(tipoRestaurado), QByteArray()}}};
     m_conteudo.items.append(s.items);
 }
@@ -53,7 +57,7 @@ QCoro::Task<bool> JanelasNulas::ativar(AppJanela, std::chrono::milliseconds)
     co_return false;
 }
 
-QCoro::Task<bool> TeclasNulas::colar(bool)
+QCoro::Task<bool> TeclasNulas::colar(TeclaColar)
 {
     co_return false;
 }

@@ -11,12 +11,12 @@ public:
     void parar() override {}
 };
 
-// Keeps what is written in memory; nobody else ever reads it.
+// Keeps what is written to the clipboard in memory; nobody else ever reads it. No primary selection.
 class AreaTransferenciaNula : public AreaTransferencia {
 public:
-    std::optional<ClipboardSnapshot> instantaneo() override;
-    void escreverTexto(const QString& texto, bool transitorio) override;
-    void restaurar(const ClipboardSnapshot& s) override;
+    std::optional<ClipboardSnapshot> instantaneo(Selecao selecao) override;
+    void escreverTexto(const QString& texto, bool transitorio, Selecao selecao) override;
+    void restaurar(const ClipboardSnapshot& s, Selecao selecao) override;
     QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
     std::optional<QString> textoSelecionado(const AppJanela&) override { return std::nullopt; }
 
@@ -35,7 +35,7 @@ public:
 class TeclasNulas : public TeclasSinteticas {
 public:
     void soltarModificadores() override {}
-    QCoro::Task<bool> colar(bool) override;
+    QCoro::Task<bool> colar(TeclaColar) override;
     QString forma() const override;
 };
 

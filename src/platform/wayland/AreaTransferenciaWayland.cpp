@@ -95,16 +95,20 @@ std::unique_ptr<AreaTransferenciaWayland> AreaTransferenciaWayland::criar(std::s
         return nullptr;
     auto* m = static_cast<zwlr_data_control_manager_v1*>(
         c->vincular(&ext_data_control_manager_v1_interface, 1));
-    if (!m)
+    // The standard protocol always carries the primary selection; wlroots' one from version 2.
+    bool temPrimaria = m != nullptr;
+    if (!m) {
         m = static_cast<zwlr_data_control_manager_v1*>(c->vincular(&zwlr_data_control_manager_v1_interface, 2));
+        temPrimaria = m && wl_proxy_get_version(reinterpret_cast<wl_proxy*>(m)) >= 2;
+    }
     if (!m)
         return nullptr;
-    return std::unique_ptr<AreaTransferenciaWayland>(new AreaTransferenciaWayland(std::move(c), m, prazos));
+    return std::unique_ptr<AreaTransferenciaWayland>(new AreaTransferenciaWayland(std::move(c), m, temPrimaria, prazos));
 }
 
 AreaTransferenciaWayland::AreaTransferenciaWayland(std::shared_ptr<ConexaoWayland> c, zwlr_data_control_manager_v1* m,
-                                                   Prazos prazos)
-    : m_c(std::move(c)), m_gerente(m), m_prazos(prazos)
+                                                   bool temPrimaria, Prazos prazos)
+    : m_c(std::move(c)), m_gerente(m), m_temPrimaria(temPrimaria), m_prazos(prazos)
 {
     static const zwlr_data_control_device_v1_listener dispositivo = {
         &AreaTransferenciaWayland::aoOferecer, &AreaTransferenciaWayland::aoSelecionar,
@@ -118,6 +122,7 @@ AreaTransferenciaWayland::AreaTransferenciaWayland(std::shared_ptr<ConexaoWaylan
 AreaTransferenciaWayland::~AreaTransferenciaWayland()
 {
     m_fonte.reset();
+    m_fontePrimaria.reset();
     qDeleteAll(m_pendentes);
     m_selecao.reset();
     m_primaria.reset();
@@ -194,47 +199,51 @@ std::optional<QByteArray> AreaTransferenciaWayland::receber(Oferta& o, const QSt
     return dados;
 }
 
-std::optional<ClipboardSnapshot> AreaTransferenciaWayland::instantaneo()
+std::optional<ClipboardSnapshot> AreaTransferenciaWayland::instantaneo(Selecao selecao)
 {
+    if (selecao == Selecao::primaria && !m_temPrimaria)
+        return std::nullopt;
     m_c->atualizar();
-    if (m_fonte) {
+    if (const std::unique_ptr<Fonte>& fonte = fonteDa(selecao)) {
         // Our own contents: reading them through the compositor would wait for this very loop.
         QList<Item> item;
-        for (const Item& i : m_fonte->itens)
+        for (const Item& i : fonte->itens)
             if (tipoGuardado(i.type))
                 item << i;
         return ClipboardSnapshot{{item}};
     }
-    if (!m_selecao)
+    Oferta* oferta = selecao == Selecao::primaria ? m_primaria.get() : m_selecao.get();
+    if (!oferta)
         return std::nullopt;
     const auto fim = Relogio::now() + m_prazos.total;
     QList<Item> item;
     QSet<QString> vistos;
-    for (const QString& tipo : m_selecao->tipos) {
+    for (const QString& tipo : oferta->tipos) {
         if (!tipoGuardado(tipo) || vistos.contains(tipo))
             continue;
         vistos.insert(tipo);
         // Formats that cannot be read in time are left out, silently.
-        if (auto dados = receber(*m_selecao, tipo, fim))
+        if (auto dados = receber(*oferta, tipo, fim))
             item << Item{tipo, *dados};
     }
     return ClipboardSnapshot{{item}};
 }
 
-void AreaTransferenciaWayland::escreverTexto(const QString& texto, bool transitorio)
+void AreaTransferenciaWayland::escreverTexto(const QString& texto, bool transitorio, Selecao selecao)
 {
-    const quint64 geracao = m_leituras.novoTexto();
-    definir(itensDoTexto(texto, transitorio, kTiposDeTexto), geracao);
+    const bool mesmoTexto = selecao == Selecao::primaria && m_leituras.atual() > 0;
+    const quint64 geracao = mesmoTexto ? m_leituras.atual() : m_leituras.novoTexto();
+    definir(itensDoTexto(texto, transitorio, kTiposDeTexto), geracao, selecao);
 }
 
-void AreaTransferenciaWayland::restaurar(const ClipboardSnapshot& s)
+void AreaTransferenciaWayland::restaurar(const ClipboardSnapshot& s, Selecao selecao)
 {
-    definir(itensRestaurados(s), 0);
+    definir(itensRestaurados(s), 0, selecao);
 }
 
-void AreaTransferenciaWayland::definir(QList<Item> itens, quint64 geracao)
+void AreaTransferenciaWayland::definir(QList<Item> itens, quint64 geracao, Selecao selecao)
 {
-    if (!m_dispositivo)
+    if (!m_dispositivo || (selecao == Selecao::primaria && !m_temPrimaria))
         return;
     static const zwlr_data_control_source_v1_listener ouvinte = {
         [](void* dados, zwlr_data_control_source_v1*, const char* tipo, int32_t fd) {
@@ -251,10 +260,13 @@ void AreaTransferenciaWayland::definir(QList<Item> itens, quint64 geracao)
                 f->dono->m_leituras.lida(f->geracao);
         },
         [](void* dados, zwlr_data_control_source_v1*) {
-            // Another client took the clipboard.
+            // Another client took the selection.
             auto* f = static_cast<Fonte*>(dados);
-            if (f->dono->m_fonte.get() == f)
-                f->dono->m_fonte.reset();
+            for (std::unique_ptr<Fonte>* p : {&f->dono->m_fonte, &f->dono->m_fontePrimaria})
+                if (p->get() == f) {
+                    p->reset();
+                    return;
+                }
         }};
     auto fonte = std::make_unique<Fonte>();
     fonte->dono = this;
@@ -264,8 +276,11 @@ void AreaTransferenciaWayland::definir(QList<Item> itens, quint64 geracao)
     zwlr_data_control_source_v1_add_listener(fonte->fonte, &ouvinte, fonte.get());
     for (const Item& i : fonte->itens)
         zwlr_data_control_source_v1_offer(fonte->fonte, i.type.toUtf8().constData());
-    zwlr_data_control_device_v1_set_selection(m_dispositivo, fonte->fonte);
-    m_fonte = std::move(fonte);
+    if (selecao == Selecao::primaria)
+        zwlr_data_control_device_v1_set_primary_selection(m_dispositivo, fonte->fonte);
+    else
+        zwlr_data_control_device_v1_set_selection(m_dispositivo, fonte->fonte);
+    fonteDa(selecao) = std::move(fonte);
     m_c->enviar();
 }
 
@@ -277,7 +292,9 @@ QCoro::Task<bool> AreaTransferenciaWayland::aguardarLeitura(std::chrono::millise
 std::optional<QString> AreaTransferenciaWayland::textoSelecionado(const AppJanela&)
 {
     m_c->atualizar();
-    if (!m_primaria)
+    // Sonvo's own (a paste's text or what it put back) is selected in no application; reading it
+    // through the compositor would also wait for this very loop.
+    if (!m_primaria || m_fontePrimaria)
         return std::nullopt;
     // Read at a key press: a short bound, the user is waiting.
     const auto fim = Relogio::now() + std::chrono::milliseconds(300);

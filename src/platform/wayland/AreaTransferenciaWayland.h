@@ -34,9 +34,10 @@ public:
     static std::unique_ptr<AreaTransferenciaWayland> criar(std::shared_ptr<ConexaoWayland> c, Prazos prazos = {});
     ~AreaTransferenciaWayland() override;
 
-    std::optional<ClipboardSnapshot> instantaneo() override;
-    void escreverTexto(const QString& texto, bool transitorio) override;
-    void restaurar(const ClipboardSnapshot& s) override;
+    bool temPrimaria() const override { return m_temPrimaria; }
+    std::optional<ClipboardSnapshot> instantaneo(Selecao selecao) override;
+    void escreverTexto(const QString& texto, bool transitorio, Selecao selecao) override;
+    void restaurar(const ClipboardSnapshot& s, Selecao selecao) override;
     QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
     // The primary selection, whoever holds it: Wayland does not say which client that is.
     std::optional<QString> textoSelecionado(const AppJanela& frente) override;
@@ -45,9 +46,11 @@ public:
     struct Fonte;
 
 private:
-    AreaTransferenciaWayland(std::shared_ptr<ConexaoWayland> c, zwlr_data_control_manager_v1* m, Prazos prazos);
+    AreaTransferenciaWayland(std::shared_ptr<ConexaoWayland> c, zwlr_data_control_manager_v1* m, bool temPrimaria,
+                             Prazos prazos);
     // `geracao`: the text's, or 0 for contents whose reads do not count.
-    void definir(QList<ClipboardSnapshot::Item> itens, quint64 geracao);
+    void definir(QList<ClipboardSnapshot::Item> itens, quint64 geracao, Selecao selecao);
+    std::unique_ptr<Fonte>& fonteDa(Selecao selecao) { return selecao == Selecao::primaria ? m_fontePrimaria : m_fonte; }
     std::optional<QByteArray> receber(Oferta& o, const QString& tipo, std::chrono::steady_clock::time_point fim);
 
     static void aoOferecer(void* dados, zwlr_data_control_device_v1* d, zwlr_data_control_offer_v1* o);
@@ -58,10 +61,12 @@ private:
     std::shared_ptr<ConexaoWayland> m_c;
     zwlr_data_control_manager_v1* m_gerente = nullptr;
     zwlr_data_control_device_v1* m_dispositivo = nullptr;
+    bool m_temPrimaria = false;
     Prazos m_prazos;
     std::unique_ptr<Oferta> m_selecao;  // the clipboard as another client offers it
     std::unique_ptr<Oferta> m_primaria; // the primary selection
     std::unique_ptr<Fonte> m_fonte;     // Sonvo's own contents, while they are the clipboard
+    std::unique_ptr<Fonte> m_fontePrimaria; // ...and while they are the primary selection
     QHash<zwlr_data_control_offer_v1*, Oferta*> m_pendentes; // announced, not yet a selection
     LeiturasClipboard m_leituras;
 };

@@ -102,21 +102,21 @@ void TeclasWayland::tecla(uint32_t codigo, bool pressionada)
                                 pressionada ? WL_KEYBOARD_KEY_STATE_PRESSED : WL_KEYBOARD_KEY_STATE_RELEASED);
 }
 
-QCoro::Task<bool> TeclasWayland::colar(bool terminal)
+QCoro::Task<bool> TeclasWayland::colar(TeclaColar teclaColar)
 {
     if (m_c->quebrada())
         co_return false;
     // Key codes are evdev's; the modifier state is sent with the keys, as a real keyboard does.
-    const uint32_t mods = m_mascaraCtrl | (terminal ? m_mascaraShift : 0);
-    tecla(KEY_LEFTCTRL, true);
-    if (terminal)
-        tecla(KEY_LEFTSHIFT, true);
+    const QList<int> teclas = codigosEvdev(teclaColar);
+    uint32_t mods = 0;
+    for (qsizetype i = 0; i + 1 < teclas.size(); ++i) {
+        tecla(uint32_t(teclas[i]), true);
+        mods |= teclas[i] == KEY_LEFTCTRL ? m_mascaraCtrl : m_mascaraShift;
+    }
     zwp_virtual_keyboard_v1_modifiers(m_teclado, mods, 0, 0, 0);
-    tecla(KEY_V, true);
-    tecla(KEY_V, false);
-    if (terminal)
-        tecla(KEY_LEFTSHIFT, false);
-    tecla(KEY_LEFTCTRL, false);
+    tecla(uint32_t(teclas.last()), true);
+    for (auto it = teclas.rbegin(); it != teclas.rend(); ++it)
+        tecla(uint32_t(*it), false);
     zwp_virtual_keyboard_v1_modifiers(m_teclado, 0, 0, 0, 0);
 
     // The waits that follow (the target fetching the clipboard) start once the compositor has

@@ -21,7 +21,7 @@ public:
 
     void soltarModificadores() override {}
     // Resolves after the compositor has handled the keys (a roundtrip, bounded).
-    QCoro::Task<bool> colar(bool terminal) override;
+    QCoro::Task<bool> colar(TeclaColar teclaColar) override;
     QString forma() const override;
 
 private:

@@ -20,6 +20,16 @@ using Relogio = ConexaoX11::Relogio;
 // A clipboard bigger than this is not worth holding in memory twice; it is left out.
 constexpr qsizetype kMaxBytes = qsizetype(256) * 1024 * 1024;
 
+const char* nomeDa(Selecao s)
+{
+    return s == Selecao::primaria ? "PRIMARY" : "CLIPBOARD";
+}
+
+QClipboard::Mode modoDa(Selecao s)
+{
+    return s == Selecao::primaria ? QClipboard::Selection : QClipboard::Clipboard;
+}
+
 // Qt's own names for text: it serves UTF8_STRING, STRING and TEXT from "text/plain".
 bool ehApelidoDeTexto(const QByteArray& nome)
 {
@@ -74,25 +84,28 @@ AreaTransferenciaX11::AreaTransferenciaX11(std::shared_ptr<ConexaoX11> x, Prazos
 {
 }
 
-std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneo()
+std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneo(Selecao selecao)
 {
     xcb_connection_t* c = m_x->conexao();
     xcb_window_t dono = XCB_NONE;
-    if (auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_x->atomo("CLIPBOARD")), nullptr)) {
+    if (auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_x->atomo(nomeDa(selecao))), nullptr)) {
         dono = r->owner;
         std::free(r);
     }
     if (dono == XCB_NONE)
         return std::nullopt;
     // Our own contents: asking ourselves over X would wait for the event loop this call holds.
-    if (dono == m_janelaDoQt || (m_janelaDoQt == XCB_NONE && QGuiApplication::clipboard()->ownsClipboard()))
-        return instantaneoLocal();
-    return instantaneoRemoto();
+    const xcb_window_t nossa = m_janelaDoQt[int(selecao)];
+    const bool doQt = selecao == Selecao::primaria ? QGuiApplication::clipboard()->ownsSelection()
+                                                   : QGuiApplication::clipboard()->ownsClipboard();
+    if (dono == nossa || (nossa == XCB_NONE && doQt))
+        return instantaneoLocal(selecao);
+    return instantaneoRemoto(selecao);
 }
 
-std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoLocal()
+std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoLocal(Selecao selecao)
 {
-    const QMimeData* m = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard);
+    const QMimeData* m = QGuiApplication::clipboard()->mimeData(modoDa(selecao));
     if (!m)
         return std::nullopt;
     QList<Item> item;
@@ -112,10 +125,11 @@ std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoLocal()
     return ClipboardSnapshot{{item}};
 }
 
-std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoRemoto()
+std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoRemoto(Selecao selecao)
 {
+    const char* nomeSelecao = nomeDa(selecao);
     const auto fim = Relogio::now() + m_prazos.total;
-    const std::optional<Transferencia> alvos = transferir(m_x->atomo("TARGETS"), fim);
+    const std::optional<Transferencia> alvos = transferir(m_x->atomo("TARGETS"), fim, nomeSelecao);
     // An owner that does not answer has nothing we can keep: the caller treats it as empty.
     if (!alvos || alvos->formato != 32)
         return std::nullopt;
@@ -149,7 +163,7 @@ std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoRemoto()
             if (textoFeito || apelido.isEmpty())
                 continue;
             textoFeito = true;
-            const auto t = transferir(m_x->atomo(apelido.constData()), fim);
+            const auto t = transferir(m_x->atomo(apelido.constData()), fim, nomeSelecao);
             if (!t)
                 continue;
             // Legacy STRING is Latin-1.
@@ -161,7 +175,7 @@ std::optional<ClipboardSnapshot> AreaTransferenciaX11::instantaneoRemoto()
         if (!tipoGuardado(tipo))
             continue;
         // Formats that cannot be read in time are left out, silently.
-        if (const auto t = transferir(atomos[i], fim))
+        if (const auto t = transferir(atomos[i], fim, nomeSelecao))
             item << Item{tipo, t->dados};
     }
     return ClipboardSnapshot{{item}};
@@ -235,20 +249,21 @@ std::optional<AreaTransferenciaX11::Transferencia> AreaTransferenciaX11::transfe
     }
 }
 
-void AreaTransferenciaX11::escreverTexto(const QString& texto, bool transitorio)
+void AreaTransferenciaX11::escreverTexto(const QString& texto, bool transitorio, Selecao selecao)
 {
     // Qt serves "text/plain" under every X11 text name.
-    const quint64 geracao = m_leituras.novoTexto();
-    definir(itensDoTexto(texto, transitorio, {QStringLiteral("text/plain")}), geracao);
+    const bool mesmoTexto = selecao == Selecao::primaria && m_leituras.atual() > 0;
+    const quint64 geracao = mesmoTexto ? m_leituras.atual() : m_leituras.novoTexto();
+    definir(itensDoTexto(texto, transitorio, {QStringLiteral("text/plain")}), geracao, selecao);
 }
 
-void AreaTransferenciaX11::restaurar(const ClipboardSnapshot& s)
+void AreaTransferenciaX11::restaurar(const ClipboardSnapshot& s, Selecao selecao)
 {
     // X11 holds one value per format: the items are merged.
-    definir(itensRestaurados(s), 0);
+    definir(itensRestaurados(s), 0, selecao);
 }
 
-void AreaTransferenciaX11::definir(QList<Item> itens, quint64 geracao)
+void AreaTransferenciaX11::definir(QList<Item> itens, quint64 geracao, Selecao selecao)
 {
     std::function<void()> aoLer;
     if (geracao > 0) {
@@ -260,12 +275,12 @@ void AreaTransferenciaX11::definir(QList<Item> itens, quint64 geracao)
         };
     }
     QClipboard* clipboard = QGuiApplication::clipboard();
-    clipboard->setMimeData(new MimeSonvo(std::move(itens), std::move(aoLer)), QClipboard::Clipboard);
-    if (!clipboard->ownsClipboard())
+    clipboard->setMimeData(new MimeSonvo(std::move(itens), std::move(aoLer)), modoDa(selecao));
+    if (!(selecao == Selecao::primaria ? clipboard->ownsSelection() : clipboard->ownsClipboard()))
         return;
     xcb_connection_t* c = m_x->conexao();
-    if (auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_x->atomo("CLIPBOARD")), nullptr)) {
-        m_janelaDoQt = r->owner;
+    if (auto* r = xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_x->atomo(nomeDa(selecao))), nullptr)) {
+        m_janelaDoQt[int(selecao)] = r->owner;
         std::free(r);
     }
 }

@@ -16,7 +16,7 @@ struct PrazosClipboard {
     std::chrono::milliseconds total{2000};        // the whole snapshot
 };
 
-// The CLIPBOARD selection. Sonvo's own contents are served by Qt (QClipboard owns the selection
+// The CLIPBOARD and PRIMARY selections. Sonvo's own contents are served by Qt (QClipboard owns the selection
 // and answers other clients from the event loop); another client's contents are read over
 // Sonvo's own connection with a time limit on every transfer, because Qt's reader waits up to
 // five seconds per format on an owner that never answers. Needs a QGuiApplication on xcb.
@@ -27,9 +27,10 @@ public:
 
     explicit AreaTransferenciaX11(std::shared_ptr<ConexaoX11> x, Prazos prazos = {});
 
-    std::optional<ClipboardSnapshot> instantaneo() override;
-    void escreverTexto(const QString& texto, bool transitorio) override;
-    void restaurar(const ClipboardSnapshot& s) override;
+    bool temPrimaria() const override { return true; }
+    std::optional<ClipboardSnapshot> instantaneo(Selecao selecao) override;
+    void escreverTexto(const QString& texto, bool transitorio, Selecao selecao) override;
+    void restaurar(const ClipboardSnapshot& s, Selecao selecao) override;
     QCoro::Task<bool> aguardarLeitura(std::chrono::milliseconds limite) override;
     std::optional<QString> textoSelecionado(const AppJanela& frente) override;
 
@@ -41,14 +42,14 @@ private:
     };
     std::optional<Transferencia> transferir(xcb_atom_t alvo, ConexaoX11::Relogio::time_point fim,
                                           const char* selecao = "CLIPBOARD");
-    std::optional<ClipboardSnapshot> instantaneoLocal();
-    std::optional<ClipboardSnapshot> instantaneoRemoto();
+    std::optional<ClipboardSnapshot> instantaneoLocal(Selecao selecao);
+    std::optional<ClipboardSnapshot> instantaneoRemoto(Selecao selecao);
     // `geracao`: the text's, or 0 for contents whose reads do not count.
-    void definir(QList<ClipboardSnapshot::Item> itens, quint64 geracao);
+    void definir(QList<ClipboardSnapshot::Item> itens, quint64 geracao, Selecao selecao);
 
     std::shared_ptr<ConexaoX11> m_x;
     Prazos m_prazos;
-    xcb_window_t m_janelaDoQt = XCB_NONE; // the window Qt owns the selection with
+    xcb_window_t m_janelaDoQt[2] = {XCB_NONE, XCB_NONE}; // the window Qt owns each selection with
     LeiturasClipboard m_leituras;
 };
 

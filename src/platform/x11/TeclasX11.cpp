@@ -68,21 +68,39 @@ QString TeclasX11::forma() const
     return QStringLiteral("XTest (X11)");
 }
 
-QCoro::Task<bool> TeclasX11::colar(bool terminal)
+namespace {
+
+// The modifiers first, the key last.
+QList<KeySym> simbolosDe(TeclaColar tecla)
 {
-    const KeyCode ctrl = XKeysymToKeycode(m_d, XK_Control_L);
-    const KeyCode shift = XKeysymToKeycode(m_d, XK_Shift_L);
-    const KeyCode v = XKeysymToKeycode(m_d, XK_v);
-    if (ctrl == 0 || v == 0 || (terminal && shift == 0))
-        co_return false;
-    XTestFakeKeyEvent(m_d, ctrl, True, CurrentTime);
-    if (terminal)
-        XTestFakeKeyEvent(m_d, shift, True, CurrentTime);
-    XTestFakeKeyEvent(m_d, v, True, CurrentTime);
-    XTestFakeKeyEvent(m_d, v, False, CurrentTime);
-    if (terminal)
-        XTestFakeKeyEvent(m_d, shift, False, CurrentTime);
-    XTestFakeKeyEvent(m_d, ctrl, False, CurrentTime);
+    switch (tecla) {
+    case TeclaColar::ctrlV:
+        return {XK_Control_L, XK_v};
+    case TeclaColar::ctrlShiftV:
+        return {XK_Control_L, XK_Shift_L, XK_v};
+    case TeclaColar::shiftInsert:
+        return {XK_Shift_L, XK_Insert};
+    }
+    return {};
+}
+
+} // namespace
+
+QCoro::Task<bool> TeclasX11::colar(TeclaColar tecla)
+{
+    // Pressed in order, let go in the reverse order.
+    const QList<KeySym> simbolos = simbolosDe(tecla);
+    QList<KeyCode> teclas;
+    for (KeySym s : simbolos) {
+        const KeyCode c = XKeysymToKeycode(m_d, s);
+        if (c == 0)
+            co_return false;
+        teclas << c;
+    }
+    for (KeyCode c : teclas)
+        XTestFakeKeyEvent(m_d, c, True, CurrentTime);
+    for (auto it = teclas.rbegin(); it != teclas.rend(); ++it)
+        XTestFakeKeyEvent(m_d, *it, False, CurrentTime);
     // The server has the events when this returns, so the waits that follow start after them.
     XSync(m_d, False);
     co_return true;

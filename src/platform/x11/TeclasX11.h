@@ -19,7 +19,7 @@ public:
     TeclasX11& operator=(const TeclasX11&) = delete;
 
     void soltarModificadores() override;
-    QCoro::Task<bool> colar(bool terminal) override;
+    QCoro::Task<bool> colar(TeclaColar tecla) override;
     QString forma() const override;
     QCoro::Task<bool> aguardarSoltura(std::chrono::milliseconds limite) override;
 
