@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Upload size and stop-to-text time of 30 s, 3 min and 20 min recordings through `sonvo transcrever`,
+with the upload setting at WAV and at Opus,
 against a loopback transcription server that reads the request at 10 Mbit/s (a home uplink).
 
     python3 bench/envio_longo.py CAMINHO_DO_SONVO [OUTRO_SONVO ...]
@@ -61,22 +62,23 @@ def main():
     pasta = tempfile.mkdtemp()
     env = dict(os.environ, XDG_DATA_HOME=pasta + "/data", XDG_CONFIG_HOME=pasta + "/config",
                SONVO_LOG_FILE=pasta + "/log", SONVO_OPENAI_BASE_URL="http://127.0.0.1:%d" % http_.server_port)
-    print("| Sonvo | gravação | WAV | enviado | parar → texto |")
-    print("|---|---|---|---|---|")
-    for sonvo in sys.argv[1:]:
+    print("| Sonvo | envio | gravação | WAV | enviado | parar → texto |")
+    print("|---|---|---|---|---|---|")
+    for sonvo, envio, nome, segundos in [(s, e, n, d) for s in sys.argv[1:] for e in ("wav", "opus") for n, d in DURACOES]:
         subprocess.run([sonvo, "chave", "openai"], input=b"sk-bench", env=env, check=True, stdout=subprocess.DEVNULL)
-        for nome, segundos in DURACOES:
-            wav = pasta + "/gravacao.wav"
-            gravar_wav(wav, segundos)
-            inicio = time.monotonic()
-            r = subprocess.run([sonvo, "transcrever", wav], env=env, capture_output=True)
-            tempo = time.monotonic() - inicio
-            estado = r.stdout.decode().strip() or r.stderr.decode().strip()
-            print("| %s | %s | %.1f MB | %.2f MB | %.1f s%s |" % (
-                os.path.basename(os.path.dirname(os.path.dirname(sonvo))) or sonvo, nome,
-                os.path.getsize(wav) / 1e6, Servidor.recebidos[-1] / 1e6 if Servidor.recebidos else 0, tempo,
-                "" if r.returncode == 0 else " (%s)" % estado))
-            os.remove(wav)
+        # A build without the setting says so and keeps its own behaviour.
+        subprocess.run([sonvo, "servico", "envio", envio], env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        wav = pasta + "/gravacao.wav"
+        gravar_wav(wav, segundos)
+        inicio = time.monotonic()
+        r = subprocess.run([sonvo, "transcrever", wav], env=env, capture_output=True)
+        tempo = time.monotonic() - inicio
+        estado = r.stdout.decode().strip() or r.stderr.decode().strip()
+        print("| %s | %s | %s | %.1f MB | %.2f MB | %.1f s%s |" % (
+            os.path.basename(os.path.dirname(os.path.dirname(sonvo))) or sonvo, envio, nome,
+            os.path.getsize(wav) / 1e6, Servidor.recebidos[-1] / 1e6 if Servidor.recebidos else 0, tempo,
+            "" if r.returncode == 0 else " (%s)" % estado))
+        os.remove(wav)
     http_.shutdown()
 
 
