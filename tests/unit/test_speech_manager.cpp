@@ -150,6 +150,16 @@ struct Pipeline : ::testing::Test {
         return sm->recordingState().mensagem;
     }
     bool semWavTemporario() { return QDir(temporaria).isEmpty(); }
+    // An uploaded audio part as libsndfile reads it (no frames when it cannot).
+    SF_INFO audioRecebido(const QByteArray& dados)
+    {
+        SF_INFO info{};
+        const QString f = amb.raiz() + u"/recebido"_s;
+        SNDFILE* s = gravarArquivo(f, dados) ? sf_open(QFile::encodeName(f).constData(), SFM_READ, &info) : nullptr;
+        if (s)
+            sf_close(s);
+        return info;
+    }
     QString log() { return QString::fromUtf8(amb.lerLog()); }
 };
 
@@ -547,15 +557,10 @@ TEST_F(Pipeline, GravacoesLongasVaoEmOpusDecodificavelComADuracaoCerta)
         ASSERT_TRUE(partes.has_value());
         EXPECT_EQ(partes->value(0).nomeArquivo, QByteArray("audio.ogg"));
         EXPECT_EQ(partes->value(0).tipoConteudo, QByteArray("audio/ogg"));
-        const QString recebido = amb.raiz() + u"/recebido.ogg"_s;
-        ASSERT_TRUE(gravarArquivo(recebido, partes->value(0).dados));
-        SF_INFO info{};
-        SNDFILE* f = sf_open(QFile::encodeName(recebido).constData(), SFM_READ, &info);
-        ASSERT_NE(f, nullptr) << sf_strerror(nullptr);
-        sf_close(f);
+        const SF_INFO info = audioRecebido(partes->value(0).dados);
         EXPECT_TRUE(info.samplerate == 16000 && info.channels == 1);
         EXPECT_NEAR(static_cast<double>(info.frames) / info.samplerate, minutos * 60, 0.05);
-        EXPECT_NEAR(analisarFala(recebido).valor().segundosComFala, minutos * 60 / 4, minutos * 60 / 40) << "the tone survived";
+        EXPECT_NEAR(analisarFala(amb.raiz() + u"/recebido"_s).valor().segundosComFala, minutos * 60 / 4, minutos * 60 / 40) << "the tone survived";
         EXPECT_TRUE(semWavTemporario()) << "the recording and its compact copy are both gone";
     }
 }
@@ -579,13 +584,8 @@ TEST_F(Pipeline, ServicoEscolhidoModeloEnvioCompactoEVariavelDeAmbiente)
     ASSERT_TRUE(partes.has_value());
     EXPECT_EQ(partes->value(1).dados, QByteArray("gpt-4o-mini-transcribe"));
     EXPECT_EQ(partes->value(0).tipoConteudo, QByteArray("audio/ogg"));
-    // The Opus body decodes at 16 kHz to the recording's length (the blocks the microphone gave).
-    const QString ogg = amb.raiz() + u"/recebido.ogg"_s;
-    ASSERT_TRUE(gravarArquivo(ogg, partes->value(0).dados));
-    SF_INFO info{};
-    SNDFILE* f = sf_open(QFile::encodeName(ogg).constData(), SFM_READ, &info);
-    ASSERT_NE(f, nullptr);
-    sf_close(f);
+    // The Opus body decodes at 16 kHz to the recording's length (the blocks the 44.1 kHz microphone gave).
+    const SF_INFO info = audioRecebido(partes->value(0).dados);
     EXPECT_EQ(info.samplerate, 16000);
     EXPECT_NEAR(static_cast<double>(info.frames) / 16000, mic.blocos * 1024.0 / 44100, 0.1);
 
