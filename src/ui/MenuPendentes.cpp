@@ -23,7 +23,7 @@ QString MenuPendentes::rotulo(const DitadoPendente& d)
         .arg(d.quando.toLocalTime().toString(QStringLiteral("dd/MM HH:mm")))
         .arg(s / 60)
         .arg(s % 60, 2, 10, QLatin1Char('0'))
-        .arg(d.erro);
+        .arg(d.erro.size() > 60 ? d.erro.left(59) + u'…' : d.erro); // a server's whole message would widen the menu
 }
 
 void MenuPendentes::atualizar()

@@ -84,8 +84,8 @@ void SecaoTranscricao::recarregar()
     m_endereco->setText(m_config.texto(QStringLiteral("transcricaoURL")).value_or(QString()));
     m_modelo->setCurrentText(s.modelo);
     m_envio->setCurrentIndex(s.compacto ? 1 : 0);
+    aoEscolherServico(); // the placeholder and the key field, keeping what was saved
     m_carregando = false;
-    aoEscolherServico();
 }
 
 void SecaoTranscricao::aoEscolherServico()

@@ -215,9 +215,13 @@ TEST_F(Prefs, TranscricaoPresetsSalvarETestar)
     EXPECT_EQ(servidor.requisicoes().first().partes()->value(0).tipoConteudo, QByteArray("audio/ogg"));
     EXPECT_TRUE(servidor.requisicoes().first().cabecalho("Authorization").isEmpty());
     EXPECT_EQ((QStringList{doDisco(u"transcricaoServico"_s).toString(), doDisco(u"envioAudio"_s).toString()}), (QStringList{"proprio", "opus"}));
-    t.campoEndereco()->setText(u"servidor"_s);
-    t.botaoSalvar()->click();
-    EXPECT_EQ(t.mensagem()->text(), u"Endereço inválido: servidor (use http:// ou https:// seguido do servidor)"_s);
+    criar(); // a new window shows what was saved
+    ui::SecaoTranscricao& salva = *janela->chaves()->transcricao();
+    EXPECT_EQ((QStringList{salva.escolhaServico()->currentText(), salva.campoEndereco()->text(), salva.escolhaEnvio()->currentText()}),
+              (QStringList{"Servidor próprio", "http://127.0.0.1:1", "Compacto (Opus)"}));
+    salva.campoEndereco()->setText(u"servidor"_s);
+    salva.botaoSalvar()->click();
+    EXPECT_EQ(salva.mensagem()->text(), u"Endereço inválido: servidor (use http:// ou https:// seguido do servidor)"_s);
 }
 
 TEST_F(Prefs, VocabularioGlobalPorAplicativoEAuditoria)
