@@ -1,6 +1,7 @@
 #include "ai/AIProvider.h"
 #include "cli/Comandos.h"
 #include "core/Arquivos.h"
+#include "core/Endpoints.h"
 #include "core/KeychainService.h"
 #include "dictation/ServicoTranscricao.h"
 #include "dictation/TesteTranscricao.h"
@@ -162,9 +163,8 @@ QCoro::Task<int> comandoServico(Contexto& ctx)
         config.remover(QStringLiteral("transcricaoURL"));
         config.remover(QStringLiteral("transcricaoModelo"));
     } else if (acao == u"url") {
-        const QUrl url(valor, QUrl::StrictMode);
-        if (!url.isValid() || (url.scheme() != u"http" && url.scheme() != u"https") || url.host().isEmpty())
-            co_return erroDeUso(QStringLiteral("Endereço inválido: ") + valor + QStringLiteral(" (use http:// ou https:// seguido do servidor)"));
+        if (const auto erro = Endpoints::erroDeEndereco(valor))
+            co_return erroDeUso(*erro);
         config.definir(QStringLiteral("transcricaoURL"), valor);
     } else if (acao == u"modelo") {
         if (valor.isEmpty())

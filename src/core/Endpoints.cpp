@@ -27,6 +27,14 @@ QUrl Endpoints::baseAnthropic(const Configuracoes& config)
     return base("SONVO_ANTHROPIC_BASE_URL", QStringLiteral("anthropicBaseURL"), QStringLiteral("https://api.anthropic.com"), config);
 }
 
+std::optional<QString> Endpoints::erroDeEndereco(const QString& texto)
+{
+    const QUrl url(texto, QUrl::StrictMode);
+    if (url.isValid() && (url.scheme() == u"http" || url.scheme() == u"https") && !url.host().isEmpty())
+        return std::nullopt;
+    return QStringLiteral("Endereço inválido: ") + texto + QStringLiteral(" (use http:// ou https:// seguido do servidor)");
+}
+
 QUrl Endpoints::juntar(const QUrl& base, const QString& caminho)
 {
     QUrl u = base;

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <optional>
+
 namespace sonvo {
 
 class Configuracoes;
@@ -14,6 +16,8 @@ QUrl baseOpenAI(const Configuracoes& config);
 QUrl baseAnthropic(const Configuracoes& config);
 // Appends an API path to a base that may carry a prefix of its own: /proxy + /v1/x = /proxy/v1/x.
 QUrl juntar(const QUrl& base, const QString& caminho);
+// What the user reads when a typed address is not an http(s) server; nothing when it is one.
+std::optional<QString> erroDeEndereco(const QString& texto);
 } // namespace Endpoints
 
 } // namespace sonvo

@@ -8,6 +8,11 @@
 
 namespace sonvo::ui::CamposPreferencias {
 
+QString dicaDaChave(bool configurada)
+{
+    return configurada ? QStringLiteral("Chave configurada — digite outra para trocar") : QStringLiteral("Cole a chave aqui");
+}
+
 QLabel* ajuda(const QString& texto, QWidget* pai)
 {
     auto* l = new QLabel(texto, pai);

@@ -17,6 +17,8 @@ namespace sonvo::ui::CamposPreferencias {
 
 // Secondary text under a control, softened from the theme's own colour.
 QLabel* ajuda(const QString& texto, QWidget* pai);
+// The placeholder of a key field: whether a key is already stored.
+QString dicaDaChave(bool configurada);
 // A field whose hint is also its name for screen readers.
 QLineEdit* campo(const QString& dica, QWidget* pai);
 // A row of fields and a button at its end.

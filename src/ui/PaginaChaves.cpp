@@ -2,6 +2,7 @@
 
 #include "ai/AIProvider.h"
 #include "core/Configuracoes.h"
+#include "core/Endpoints.h"
 #include "core/KeychainService.h"
 #include "ui/CamposPreferencias.h"
 #include "ui/SecaoTranscricao.h"
@@ -13,7 +14,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QUrl>
 #include <QVBoxLayout>
 
 namespace sonvo::ui {
@@ -24,10 +24,6 @@ const char* const kNomes[2] = {"OpenAI", "Anthropic"};
 const char* const kChavesEndpoint[2] = {"openaiBaseURL", "anthropicBaseURL"};
 const char* const kVariaveisEndpoint[2] = {"SONVO_OPENAI_BASE_URL", "SONVO_ANTHROPIC_BASE_URL"};
 
-QString dicaDaChave(bool configurada)
-{
-    return configurada ? QStringLiteral("Chave configurada — digite outra para trocar") : QStringLiteral("Cole a chave aqui");
-}
 } // namespace
 
 PaginaChaves::PaginaChaves(Configuracoes& config, QString pastaDados, QWidget* parent)
@@ -102,7 +98,7 @@ void PaginaChaves::recarregar()
     const KeychainService chaves(m_pastaDados);
     for (int i = 0; i < 2; ++i) {
         m_chave[i]->clear();
-        m_chave[i]->setPlaceholderText(dicaDaChave(chaves.chave(Provedores::contaChave(kProvedores[i])).has_value()));
+        m_chave[i]->setPlaceholderText(CamposPreferencias::dicaDaChave(chaves.chave(Provedores::contaChave(kProvedores[i])).has_value()));
         m_endpoint[i]->setText(m_config.texto(QString::fromLatin1(kChavesEndpoint[i])).value_or(QString()));
     }
     m_provedor->setCurrentIndex(AIService::currentProviderID(m_config) == AIProviderID::anthropic ? 1 : 0);
@@ -121,7 +117,7 @@ void PaginaChaves::salvarChave(int i)
     m_msgChave[i]->setText(QStringLiteral("Chave ") + QString::fromLatin1(kNomes[i])
                            + (texto.isEmpty() ? QStringLiteral(" removida") : QStringLiteral(" salva")));
     m_chave[i]->clear();
-    m_chave[i]->setPlaceholderText(dicaDaChave(!texto.isEmpty()));
+    m_chave[i]->setPlaceholderText(CamposPreferencias::dicaDaChave(!texto.isEmpty()));
 }
 
 void PaginaChaves::salvarEndpoints()
@@ -131,10 +127,8 @@ void PaginaChaves::salvarEndpoints()
         const QString t = m_endpoint[i]->text().trimmed();
         if (t.isEmpty())
             continue;
-        const QUrl url(t, QUrl::StrictMode);
-        if (!url.isValid() || (url.scheme() != u"http" && url.scheme() != u"https") || url.host().isEmpty()) {
-            m_msgEndpoints->setText(QStringLiteral("Endereço inválido: ") + t
-                                    + QStringLiteral(" (use http:// ou https:// seguido do servidor)"));
+        if (const auto erro = Endpoints::erroDeEndereco(t)) {
+            m_msgEndpoints->setText(*erro);
             return;
         }
     }

@@ -1,6 +1,7 @@
 #include "ui/SecaoTranscricao.h"
 
 #include "core/Configuracoes.h"
+#include "core/Endpoints.h"
 #include "core/KeychainService.h"
 #include "dictation/ServicoTranscricao.h"
 #include "dictation/TesteTranscricao.h"
@@ -13,7 +14,6 @@
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
-#include <QUrl>
 
 #include <algorithm>
 
@@ -103,9 +103,8 @@ void SecaoTranscricao::aoEscolherServico()
     m_chave->setVisible(propria);
     m_chave->clear();
     const bool temChave = KeychainService(m_pastaDados).chave(ServicoTranscricao::contaDe(p)).has_value();
-    m_chave->setPlaceholderText(temChave                 ? QStringLiteral("Chave configurada — digite outra para trocar")
-                                : p == Preset::proprio ? QStringLiteral("Opcional: só se o seu servidor pedir")
-                                                       : QStringLiteral("Cole a chave aqui"));
+    m_chave->setPlaceholderText(p == Preset::proprio && !temChave ? QStringLiteral("Opcional: só se o seu servidor pedir")
+                                                                  : CamposPreferencias::dicaDaChave(temChave));
 }
 
 bool SecaoTranscricao::salvar()
@@ -113,9 +112,8 @@ bool SecaoTranscricao::salvar()
     const Preset p = presetDoIndice(m_servico->currentIndex());
     const QString endereco = m_endereco->text().trimmed();
     if (!endereco.isEmpty()) {
-        const QUrl url(endereco, QUrl::StrictMode);
-        if (!url.isValid() || (url.scheme() != u"http" && url.scheme() != u"https") || url.host().isEmpty()) {
-            m_msg->setText(QStringLiteral("Endereço inválido: ") + endereco + QStringLiteral(" (use http:// ou https:// seguido do servidor)"));
+        if (const auto erro = Endpoints::erroDeEndereco(endereco)) {
+            m_msg->setText(*erro);
             return false;
         }
     }
@@ -140,7 +138,7 @@ bool SecaoTranscricao::salvar()
             return false;
         }
         m_chave->clear();
-        m_chave->setPlaceholderText(QStringLiteral("Chave configurada — digite outra para trocar"));
+        m_chave->setPlaceholderText(CamposPreferencias::dicaDaChave(true));
     }
     return true;
 }
